@@ -1,0 +1,74 @@
+#pragma once
+
+#include <pthread.h>
+
+#include "base/ThreadAnnotations.h"
+
+/// A POSIX mutex with default attributes, known to Clang's thread-safety analysis.
+class VEKSSD_CAPABILITY("mutex") Mutex {
+ public:
+  Mutex() { pthread_mutex_init(&mutex_, nullptr); }
+  ~Mutex() { pthread_mutex_destroy(&mutex_); }
+  Mutex(const Mutex&) = delete;
+  Mutex& operator=(const Mutex&) = delete;
+
+  void lock() VEKSSD_ACQUIRE() { pthread_mutex_lock(&mutex_); }
+  void unlock() VEKSSD_RELEASE() { pthread_mutex_unlock(&mutex_); }
+
+ private:
+  pthread_mutex_t mutex_;
+};
+
+/// Holds a Mutex for the life of a scope.
+class VEKSSD_SCOPED_CAPABILITY MutexLock {
+ public:
+  explicit MutexLock(Mutex& mutex) VEKSSD_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
+  ~MutexLock() VEKSSD_RELEASE() { mutex_.unlock(); }
+  MutexLock(const MutexLock&) = delete;
+  MutexLock& operator=(const MutexLock&) = delete;
+
+ private:
+  Mutex& mutex_;
+};
+
+/// A POSIX readers-writer lock: many readers or one writer.
+class VEKSSD_CAPABILITY("shared mutex") SharedMutex {
+ public:
+  SharedMutex() { pthread_rwlock_init(&lock_, nullptr); }
+  ~SharedMutex() { pthread_rwlock_destroy(&lock_); }
+  SharedMutex(const SharedMutex&) = delete;
+  SharedMutex& operator=(const SharedMutex&) = delete;
+
+  void lock() VEKSSD_ACQUIRE() { pthread_rwlock_wrlock(&lock_); }
+  void lockShared() VEKSSD_ACQUIRE_SHARED() { pthread_rwlock_rdlock(&lock_); }
+  void unlock() VEKSSD_RELEASE_GENERIC() { pthread_rwlock_unlock(&lock_); }
+
+ private:
+  pthread_rwlock_t lock_;
+};
+
+/// Holds a SharedMutex as one of its readers for the life of a scope.
+class VEKSSD_SCOPED_CAPABILITY ReaderLock {
+ public:
+  explicit ReaderLock(SharedMutex& mutex) VEKSSD_ACQUIRE_SHARED(mutex) : mutex_(mutex) {
+    mutex_.lockShared();
+  }
+  ~ReaderLock() VEKSSD_RELEASE_GENERIC() { mutex_.unlock(); }
+  ReaderLock(const ReaderLock&) = delete;
+  ReaderLock& operator=(const ReaderLock&) = delete;
+
+ private:
+  SharedMutex& mutex_;
+};
+
+/// Holds a SharedMutex as its one writer for the life of a scope.
+class VEKSSD_SCOPED_CAPABILITY WriterLock {
+ public:
+  explicit WriterLock(SharedMutex& mutex) VEKSSD_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
+  ~WriterLock() VEKSSD_RELEASE() { mutex_.unlock(); }
+  WriterLock(const WriterLock&) = delete;
+  WriterLock& operator=(const WriterLock&) = delete;
+
+ private:
+  SharedMutex& mutex_;
+};
