@@ -1,0 +1,155 @@
+#include "core/SsdDevice.h"
+
+#include "base/WideView.h"
+#include "config/Config.h"
+#include "device/SmartIo.h"
+#include "log/Log.h"
+
+SsdDevice::SsdDevice() {
+  const Config* config = Config::GetInstance();
+  _percentUsedThreshold = static_cast<std::int32_t>(config->getPercentUsedThreshold());
+  _debugIndications = config->getDebugIndications() != 0;
+  LogQuick(LOG_LEVEL_DEBUG, "SsdDevice constructed");
+}
+
+SsdDevice::~SsdDevice() {
+  if (_pollingThread.isStarted()) {
+    _pollingThread.terminate();
+  }
+  _supportedModels.reset();
+  LogQuick(LOG_LEVEL_DEBUG, "SsdDevice destroyed");
+}
+
+bool SsdDevice::initialise(const IdentifyData& identify, const std::string& physicalDrive,
+                           const std::string& devPath, ISsdDeviceListener* listener) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat"  // "0x%08p": log scrapers match on the doubled "0x"
+  Log(LOG_LEVEL_TRACE, "SsdDevice::initialise - drive %s devPath %s, listener=0x%08p",
+      physicalDrive.c_str(), devPath.c_str(), static_cast<void*>(listener));
+#pragma GCC diagnostic pop
+  _physicalDrive = physicalDrive;
+  _devPath = devPath;
+  _serialNumber = identify.serialNumber;
+  _model = identify.model;
+  _firmwareVersion = identify.firmwareVersion;
+  _ssdDeviceListener = listener;
+
+  if ((identify.identifySource & IDENTIFIED_BY_ATA) != 0 && !SmartIo::smartEnable(_devPath)) {
+    Log(LOG_LEVEL_ERROR, "SsdDevice::initialise - smartEnable failed");
+    return false;
+  }
+  _supportedModels = makeSupportedModels();
+  chooseAlgorithm(identify.identifySource);
+  getSsdData();
+  if (!_pollingThread.initialise(this)) {
+    LogQuick(LOG_LEVEL_ERROR, "SsdDevice::initialise - Polling Thread did not start");
+    return false;
+  }
+  _enabled = true;
+  return true;
+}
+
+void SsdDevice::chooseAlgorithm(std::uint32_t identifySource) {
+  _ssdAlgorithm = findAlgorithm(*_supportedModels, _model);
+  if (_ssdAlgorithm != nullptr) {
+    Log(LOG_LEVEL_DEBUG,
+        "SsdDevice::initialise - found supported model %ls in supported models list",
+        WideView(_model).text());
+    _percentageUsedSource = _ssdAlgorithm->getPercentageUsedSource();
+    return;
+  }
+  _percentageUsedSource = STANDARD_STATISTIC;
+  // "defult" and the name of no row: log scrapers match on these texts.
+  if ((identifySource & IDENTIFIED_BY_NVME) != 0) {
+    _ssdAlgorithm = findAlgorithm(*_supportedModels, kDefaultNvmeModel);
+    LogQuick(LOG_LEVEL_DEBUG, "using defult DEF_SSDNVME_LOG_ALGO Statistics Log algo");
+    return;
+  }
+  Log(LOG_LEVEL_DEBUG, "SsdDevice::initialise - cannot find model %ls in supported models list",
+      WideView(_model).text());
+  _ssdAlgorithm = findAlgorithm(*_supportedModels, kDefaultAtaModel);
+  LogQuick(LOG_LEVEL_DEBUG, "using defult ata spec SSD Statistics Log algo as backup");
+}
+
+void SsdDevice::getSsdData() {
+  LogQuick(LOG_LEVEL_TRACE, "SsdDevice::getSsdData");
+  if (_ssdAlgorithm == nullptr) {
+    WLog(LOG_LEVEL_DEBUG,
+         L"SsdDevice::getSsdData - internal error - no algo to read this device model %ls",
+         WideView(_model).text());
+    return;
+  }
+  SsdValues values;
+  values.traceAttributes = Config::GetInstance()->getDebugTraceAttributes() != 0;
+  {
+    const MutexLock lock(_mutex);
+    if (!_ssdAlgorithm->getSsdValues(_devPath, values)) {
+      LogQuick(LOG_LEVEL_DEBUG, "SsdDevice::getSsdData - algo failed");
+      return;
+    }
+    _percentageUsed = values.percentageUsed;
+    _poweredOnHours = values.poweredOnHours;
+  }
+  // From here on the values of this very reading count: another thread may read the drive meanwhile.
+  Log(LOG_LEVEL_DEBUG, "SsdDevice::getSsdData - POH = %lu, Percentage Used = %d",
+      static_cast<unsigned long>(values.poweredOnHours), values.percentageUsed);
+  if (_debugIndications) {
+    fireRmaDebugIndication();
+  }
+  if (isFailing(values.percentageUsed)) {
+    fireSsdDeviceFailureImminent();
+  }
+}
+
+void SsdDevice::copySsdInformation(SsdInformation& information) {
+  const MutexLock lock(_mutex);
+  information.firmwareVersion = _firmwareVersion;
+  information.model = _model;
+  information.serialNumber = _serialNumber;
+  information.percentageUsed = _percentageUsed;
+  information.percentageUsedSource = _percentageUsedSource;
+  information.physicalDrive = _physicalDrive;
+  information.poweredOnHours = _poweredOnHours;
+  information.failureImminent = isFailing(information.percentageUsed);
+}
+
+bool SsdDevice::isFalureImminent() const { return isFailing(_percentageUsed); }
+
+/// Compares as unsigned numbers: a negative threshold is never exceeded.
+bool SsdDevice::isFailing(std::uint8_t percentageUsed) const {
+  return percentageUsed != kPercentageUnknown &&
+         percentageUsed > static_cast<std::uint32_t>(_percentUsedThreshold);
+}
+
+void SsdDevice::fireSsdDeviceFailureImminent() {
+  constexpr char kAlreadyFired[] =
+      "SsdDevice::fireSsdFailureImminent - already fired one Failure Imminent event - exiting";
+  if (_failureImminentFired != Report::kDue) {
+    LogQuick(LOG_LEVEL_TRACE, kAlreadyFired);
+    return;
+  }
+  if (_ssdDeviceListener == nullptr) {
+    LogQuick(LOG_LEVEL_TRACE,
+             "SsdDevice::fireSsdFailureImminent - no registered listeners - exiting");
+    return;
+  }
+  Report due = Report::kDue;
+  if (!_failureImminentFired.compare_exchange_strong(due, Report::kBeingSent)) {
+    LogQuick(LOG_LEVEL_TRACE, kAlreadyFired);
+    return;
+  }
+  try {
+    _ssdDeviceListener->SsdDeviceFailureImminent(*this);
+  } catch (...) {
+    _failureImminentFired = Report::kDue;
+    throw;
+  }
+  _failureImminentFired = Report::kSent;
+}
+
+void SsdDevice::fireRmaDebugIndication() {
+  LogQuick(LOG_LEVEL_TRACE, "SsdDevice::fireRmaDebugIndication");
+  if (_ssdDeviceListener != nullptr) {
+    _ssdDeviceListener->SsdDeviceFailureImminent(*this);
+  }
+}
