@@ -11,9 +11,10 @@ using KeyValueHandler = std::function<void(std::string_view key, const std::stri
 /// Walks the "key=value" lines of the open text file `file` to its end.
 ///
 /// A line without "=" or starting with it is passed over. Nothing is trimmed. The value ends before
-/// the line's last character, which is taken to be the line feed: a final line without one loses its
-/// last character. A line that ends in "=" itself has the value `emptyValue`.
-void readKeyValueLines(std::FILE* file, std::string_view emptyValue, const KeyValueHandler& handler);
+/// the line's last character, which is taken to be the line feed: a final line without one loses
+/// its last character. A line that ends in "=" itself has the value `emptyValue`.
+void readKeyValueLines(std::FILE* file, std::string_view emptyValue,
+                       const KeyValueHandler& handler);
 
 /// The unsigned decimal number that `value` starts with, read as scanf's "%lu" does: white space is
 /// skipped, a sign accepted (a negative number wraps), what follows the digits ignored. Nothing if

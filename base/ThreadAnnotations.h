@@ -17,4 +17,5 @@
 #define VEKSSD_ACQUIRE_SHARED(...) VEKSSD_THREAD_ANNOTATION(acquire_shared_capability(__VA_ARGS__))
 #define VEKSSD_RELEASE(...) VEKSSD_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 #define VEKSSD_RELEASE_SHARED(...) VEKSSD_THREAD_ANNOTATION(release_shared_capability(__VA_ARGS__))
-#define VEKSSD_RELEASE_GENERIC(...) VEKSSD_THREAD_ANNOTATION(release_generic_capability(__VA_ARGS__))
+#define VEKSSD_RELEASE_GENERIC(...) \
+  VEKSSD_THREAD_ANNOTATION(release_generic_capability(__VA_ARGS__))

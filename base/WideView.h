@@ -7,8 +7,8 @@
 #include <string_view>
 
 /// A narrow text laid out where wide characters are expected, as the messages want it that print
-/// narrow texts through "%ls". The bytes are copied unchanged, aligned for `wchar_t` and padded with
-/// zeros, so that a reader of wide characters finds an end. Drive texts and kernel names fit
+/// narrow texts through "%ls". The bytes are copied unchanged, aligned for `wchar_t` and padded
+/// with zeros, so that a reader of wide characters finds an end. Drive texts and kernel names fit
 /// (NAME_MAX bytes); anything longer is cut.
 class WideView {
  public:

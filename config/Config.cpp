@@ -34,7 +34,9 @@ void setPollRate(Setting& setting, const std::string& value) {
   setNumber(setting, value, 1, std::numeric_limits<Setting>::max());
 }
 
-void setThreshold(Setting& setting, const std::string& value) { setNumber(setting, value, 10, 100); }
+void setThreshold(Setting& setting, const std::string& value) {
+  setNumber(setting, value, 10, 100);
+}
 
 /// On unless turned off; nothing turns it on again.
 void turnOff(Setting& setting, const std::string& value) {

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// The six settings of /etc/ssddrv/ssddrv.ini. Read once, on first use, and never again: a change of
-/// the file takes effect in a new process. A missing file or a bad value leaves the default.
+/// The six settings of /etc/ssddrv/ssddrv.ini. Read once, on first use, and never again: a change
+/// of the file takes effect in a new process. A missing file or a bad value leaves the default.
 ///
 /// The first use must come before the library starts a thread; from then on any thread may read.
 class Config {

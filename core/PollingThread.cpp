@@ -11,14 +11,15 @@
 #include "core/SsdDevice.h"
 #include "log/Log.h"
 
-// Every drive has a thread of its own, so that one that hangs in an ioctl (libata gives up only after
-// ten seconds and more) delays nobody else. The thread wakes once a second and does nothing then but
-// count, until a reading is due.
+// Every drive has a thread of its own, so that one that hangs in an ioctl (libata gives up only
+// after ten seconds and more) delays nobody else. The thread wakes once a second and does nothing
+// then but count, until a reading is due.
 //
 // Three kinds of misuse end the process on an assertion rather than go on with a thread lost or a
-// device freed under it: starting twice, stopping what was not started, a thread without its object.
-// The assertions of this file stand on lines 79, 143 and 180, where support looks them up when a
-// till's host process has stopped on one of them. Keep them there.
+// device freed under it: starting twice, stopping what was not started, a thread without its
+// object. The assertions of this file stand on lines 79, 143 and 180, where support looks them up
+// when a till's host process has stopped on one of them: keep them there, or tell support. The
+// tests know the numbers too.
 
 namespace {
 
@@ -45,8 +46,7 @@ unsigned low32(Value value) {
 PollingThread::PollingThread() {
   const std::uint64_t configured = Config::GetInstance()->getPollRate();
   pollingRate = static_cast<std::uint32_t>(configured);
-  Log(LOG_LEVEL_DEBUG, "PollingThread constructed - pollingRate=%d",
-      static_cast<int>(pollingRate));
+  Log(LOG_LEVEL_DEBUG, "PollingThread constructed - pollingRate=%d", static_cast<int>(pollingRate));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -104,8 +104,8 @@ bool PollingThread::initialise(SsdDevice* device) {
 // Ticking.
 //
 // The first tick comes at once when the thread starts, so the first reading by this thread is made
-// one tick earlier than the interval says: with a rate of n after n - 1 sleeps. The flag is looked at
-// before every tick, and the sleep is always a whole second.
+// one tick earlier than the interval says: with a rate of n after n - 1 sleeps. The flag is looked
+// at before every tick, and the sleep is always a whole second.
 //
 // The rate is compared for equality: the count starts again at every reading, so it can't be
 // overrun.

@@ -25,7 +25,8 @@ class PollingThread {
   /// Whether the thread has been started and not yet been joined.
   [[nodiscard]] bool isStarted() const { return init; }
 
-  /// Stops the thread and waits for its end: about a second, and longer while a drive is being read.
+  /// Stops the thread and waits for its end: about a second, and longer while a drive is being
+  /// read.
   void terminate();
 
   /// One tick; called on the polling thread.
@@ -37,7 +38,8 @@ class PollingThread {
   bool init = false;
   SsdDevice* _ssdDevice = nullptr;
   std::atomic<bool> running{false};
-  pthread_t threadId = 0;  ///< 0: no thread. Not for the thread itself, which may start before it is set
+  pthread_t threadId =
+      0;  ///< 0: no thread. Not for the thread itself, which may start before it is set
   std::uint32_t pollingRate = 10;  ///< ticks between two readings
   std::uint32_t tickCount = 0;     ///< since the last reading
 };

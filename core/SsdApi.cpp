@@ -9,8 +9,8 @@ namespace {
 /// The driver has been initialised. Never set back.
 bool init = false;
 
-/// Constructed while the library is loaded, destroyed (and with it every polling thread joined) when
-/// it is unloaded.
+/// Constructed while the library is loaded, destroyed (and with it every polling thread joined)
+/// when it is unloaded.
 SsdManager ssdManager;
 
 }  // namespace

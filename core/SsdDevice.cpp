@@ -90,7 +90,8 @@ void SsdDevice::getSsdData() {
     _percentageUsed = values.percentageUsed;
     _poweredOnHours = values.poweredOnHours;
   }
-  // From here on the values of this very reading count: another thread may read the drive meanwhile.
+  // From here on the values of this very reading count: another thread may read the drive
+  // meanwhile.
   Log(LOG_LEVEL_DEBUG, "SsdDevice::getSsdData - POH = %lu, Percentage Used = %d",
       static_cast<unsigned long>(values.poweredOnHours), values.percentageUsed);
   if (_debugIndications) {

@@ -15,8 +15,8 @@
 /// One monitored SSD: knows its identity, reads its wear on demand and on a polling thread of its
 /// own, and reports once in its life that it is about to fail.
 ///
-/// Set up by one thread with `initialise`, then used by any: its mutex lets one reading of the drive
-/// run at a time. The identity never changes after `initialise`.
+/// Set up by one thread with `initialise`, then used by any: its mutex lets one reading of the
+/// drive run at a time. The identity never changes after `initialise`.
 class SsdDevice {
  public:
   SsdDevice();
@@ -38,7 +38,8 @@ class SsdDevice {
   /// Fills `information` from the last successful reading.
   void copySsdInformation(SsdInformation& information) VEKSSD_EXCLUDES(_mutex);
 
-  /// Whether the percentage used is known and above the threshold. The name is kept for its callers.
+  /// Whether the percentage used is known and above the threshold. The name is kept for its
+  /// callers.
   [[nodiscard]] bool isFalureImminent() const;
 
   /// Reports the failure to the listener unless that has been done; without a listener it stays to

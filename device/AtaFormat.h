@@ -4,7 +4,8 @@
 #include <cstdint>
 
 // Formats of the ATA command set that the library uses. Sources: ATA/ATAPI Command Set (ACS-3),
-// T13/2161-D; SCSI/ATA Translation (SAT-3), T10/BSR INCITS 517. Commands are named after the former.
+// T13/2161-D; SCSI/ATA Translation (SAT-3), T10/BSR INCITS 517. Commands are named after the
+// former.
 
 namespace ata {
 
@@ -19,8 +20,8 @@ constexpr std::uint8_t kSmartReadData = 0xD0;
 constexpr std::uint8_t kSmartReadLog = 0xD5;
 constexpr std::uint8_t kSmartEnableOperations = 0xD8;
 
-/// Fields of IDENTIFY DEVICE data, by their byte (ACS-3, 7.12.7). The kernel hands the texts over in
-/// reading order.
+/// Fields of IDENTIFY DEVICE data, by their byte (ACS-3, 7.12.7). The kernel hands the texts over
+/// in reading order.
 namespace identify {
 constexpr std::size_t kSerialNumberOffset = 20;  // words 10-19
 constexpr std::size_t kSerialNumberLength = 20;
@@ -58,7 +59,7 @@ constexpr std::size_t kDirectoryEntrySize = 2;
 namespace statistics {
 constexpr std::uint8_t kSolidStatePage = 7;
 constexpr std::size_t kPageNumberOffset = 2;
-constexpr std::size_t kPercentageUsedOffset = 8;       // Percentage Used Endurance Indicator
+constexpr std::size_t kPercentageUsedOffset = 8;        // Percentage Used Endurance Indicator
 constexpr std::size_t kPercentageUsedFlagsOffset = 15;  // DEVICE STATISTICS FLAGS (ACS-3, A.5.2)
 constexpr std::uint8_t kFlagSupported = 0x80;
 constexpr std::uint8_t kFlagValid = 0x40;
@@ -73,9 +74,9 @@ constexpr std::size_t kProtocolByte = 1;
 constexpr std::uint8_t kProtocolPioDataIn = 4 << 1;
 constexpr std::uint8_t kExtend = 0x01;
 constexpr std::size_t kTransferByte = 2;
-constexpr std::uint8_t kCheckCondition = 0x20;      // CK_COND: give the registers back as sense
-constexpr std::uint8_t kFromDevice = 0x08;          // T_DIR
-constexpr std::uint8_t kInBlocks = 0x04;            // BYTE_BLOCK
+constexpr std::uint8_t kCheckCondition = 0x20;       // CK_COND: give the registers back as sense
+constexpr std::uint8_t kFromDevice = 0x08;           // T_DIR
+constexpr std::uint8_t kInBlocks = 0x04;             // BYTE_BLOCK
 constexpr std::uint8_t kLengthInSectorCount = 0x02;  // T_LENGTH
 constexpr std::size_t kSectorCountByte = 6;
 constexpr std::size_t kLbaLowByte = 8;   // log address of READ LOG EXT

@@ -15,8 +15,8 @@ using Buffer = std::unique_ptr<std::uint8_t[]>;
 
 /// What the two roads to the Device Statistics log don't share.
 struct Road {
-  const char* operation;      ///< begins every message
-  const char* tooFewPages;    ///< the two messages without arguments, whole: logged as they stand
+  const char* operation;    ///< begins every message
+  const char* tooFewPages;  ///< the two messages without arguments, whole: logged as they stand
   const char* pageConfirmed;
   bool (*readDirectory)(const std::string& path, std::uint8_t* buffer);
   bool (*readStatistics)(const std::string& path, std::uint8_t* buffer);
@@ -26,13 +26,15 @@ struct Road {
 };
 
 constexpr std::uint32_t kStatisticsPages = ata::statistics::kSolidStatePage + 1;
+constexpr std::size_t kStatisticsLength = kStatisticsPages * ata::kSectorSize;
+constexpr std::size_t kSolidStatePageOffset = ata::statistics::kSolidStatePage * ata::kSectorSize;
 
 constexpr Road kDriveCommandRoad = {
     "SmartIo::getSsdDeviceStatisticsLogDataAtaSmart",
-    "SmartIo::getSsdDeviceStatisticsLogDataAtaSmart - Log pages for device statistics is less than 8, "
-    "aborting read",
-    "SmartIo::getSsdDeviceStatisticsLogDataAtaSmart - SSD Device Statistics log page is 07 - confidence "
-    "good that it is populated correctly",
+    "SmartIo::getSsdDeviceStatisticsLogDataAtaSmart - Log pages for device statistics is less "
+    "than 8, aborting read",
+    "SmartIo::getSsdDeviceStatisticsLogDataAtaSmart - SSD Device Statistics log page is 07 - "
+    "confidence good that it is populated correctly",
     [](const std::string& path, std::uint8_t* buffer) {
       return SmartIo::getSmartLogDataAtaSmart(path, ata::kLogDirectory, buffer, 1);
     },
@@ -41,17 +43,17 @@ constexpr Road kDriveCommandRoad = {
       return SmartIo::getSmartLogDataAtaSmart(path, ata::kLogDeviceStatistics, buffer,
                                               kStatisticsPages);
     },
-    kStatisticsPages * ata::kSectorSize,
-    ata::statistics::kSolidStatePage * ata::kSectorSize,
+    kStatisticsLength,
+    kSolidStatePageOffset,
     false,
 };
 
 constexpr Road kScsiRoad = {
     "SmartIo::getSsdDeviceStatisticsLogDataSpt",
-    "SmartIo::getSsdDeviceStatisticsLogDataSpt - Log pages for device statistics is less than 8, "
-    "aborting read",
-    "SmartIo::getSsdDeviceStatisticsLogDataSpt - SSD Device Statistics log page is 07 - confidence "
-    "good that it is populated correctly",
+    "SmartIo::getSsdDeviceStatisticsLogDataSpt - Log pages for device statistics is less "
+    "than 8, aborting read",
+    "SmartIo::getSsdDeviceStatisticsLogDataSpt - SSD Device Statistics log page is 07 - "
+    "confidence good that it is populated correctly",
     [](const std::string& path, std::uint8_t* buffer) {
       return SmartIo::getSmartLogDataSpt(path, ata::kLogDirectory, buffer, 0);
     },
@@ -64,7 +66,9 @@ constexpr Road kScsiRoad = {
     true,
 };
 
-Buffer zeroedBuffer(std::size_t length) { return Buffer(new (std::nothrow) std::uint8_t[length]()); }
+Buffer zeroedBuffer(std::size_t length) {
+  return Buffer(new (std::nothrow) std::uint8_t[length]());
+}
 
 unsigned lastError() { return static_cast<unsigned>(errno); }
 

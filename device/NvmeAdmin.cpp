@@ -60,8 +60,7 @@ int openController(const std::string& path) {
     return -1;
   }
   if (fcntl(fd, F_SETFD, FD_CLOEXEC) != 0) {
-    Log(LOG_LEVEL_ERROR, "SmartIo::getIdentifyNVMeData - fcntl %s failed, %d", path.c_str(),
-        errno);
+    Log(LOG_LEVEL_ERROR, "SmartIo::getIdentifyNVMeData - fcntl %s failed, %d", path.c_str(), errno);
     return -1;
   }
   return fd;
@@ -70,11 +69,12 @@ int openController(const std::string& path) {
 using IdentifyBuffer = std::array<std::uint8_t, nvme::identify::kDataLength>;
 
 bool readIdentify(int fd, std::uint32_t namespaceId, std::uint8_t cns, IdentifyBuffer& buffer) {
-  return SmartIo::nvme_read_identify(fd, namespaceId, cns, buffer.data(), nvme::identify::kDataLength);
+  return SmartIo::nvme_read_identify(fd, namespaceId, cns, buffer.data(),
+                                     nvme::identify::kDataLength);
 }
 
-/// Asks the namespace behind the node to identify itself; its data isn't used, only that it answers.
-/// A controller's own node has none, so there nothing can fail.
+/// Asks the namespace behind the node to identify itself; its data isn't used, only that it
+/// answers. A controller's own node has none, so there nothing can fail.
 bool namespaceAnswers(int fd, std::int32_t namespaceId, const IdentifyBuffer& controller) {
   IdentifyBuffer data{};
   if (namespaceId == -1) {
@@ -146,7 +146,8 @@ bool SmartIo::getIdentifyNVMeData(const std::string& path, IdentifyData& identif
   identify.identifySource |= IDENTIFIED_BY_NVME;
   identify.model = Utils::trimmedField(data.data(), kModelOffset, kModelLength);
   Log(LOG_LEVEL_DEBUG, "Model Number: %s", identify.model.c_str());
-  identify.serialNumber = Utils::trimmedField(data.data(), kSerialNumberOffset, kSerialNumberLength);
+  identify.serialNumber =
+      Utils::trimmedField(data.data(), kSerialNumberOffset, kSerialNumberLength);
   Log(LOG_LEVEL_DEBUG, "Serial Number: %s", identify.serialNumber.c_str());
   identify.firmwareVersion = Utils::trimmedField(data.data(), kFirmwareOffset, kFirmwareLength);
   Log(LOG_LEVEL_DEBUG, "Firmware Version: %s", identify.firmwareVersion.c_str());

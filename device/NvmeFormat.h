@@ -32,8 +32,8 @@ constexpr std::size_t kFirmwareLength = 8;
 constexpr std::size_t kNamespaceCountOffset = 516;  // NN
 }  // namespace controller
 
-/// Get Log Page (5.14): dword 10 holds the log identifier in bits 7-0 and the number of dwords, less
-/// one, in bits 31-16 (NUMDL).
+/// Get Log Page (5.14): dword 10 holds the log identifier in bits 7-0 and the number of dwords,
+/// less one, in bits 31-16 (NUMDL).
 namespace logPage {
 constexpr std::uint8_t kHealth = 0x02;
 constexpr unsigned kDwordCountShift = 16;

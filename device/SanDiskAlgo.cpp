@@ -12,9 +12,8 @@ namespace {
 constexpr std::uint8_t kMediaWear = 230;
 
 const SsdAttr* findAttribute(const SsdValues& values, std::uint8_t id) {
-  const auto found =
-      std::find_if(values.attributes.begin(), values.attributes.end(),
-                   [id](const SsdAttr& attribute) { return attribute.index == id; });
+  const auto found = std::find_if(values.attributes.begin(), values.attributes.end(),
+                                  [id](const SsdAttr& attribute) { return attribute.index == id; });
   return found == values.attributes.end() ? nullptr : &*found;
 }
 

@@ -24,9 +24,10 @@ bool SolidStateLogStatisticsAlgo::getSsdValues(const std::string& path, SsdValue
   }
   SsdValues smart = freshValues();
   if (!SmartIo::getSsdSmartValues(path, smart)) {
-    LogQuick(LOG_LEVEL_ERROR,
-             "SolidStateLogStatisticsAlgo::getSsdSmartValues - failed to get data from SMART Values "
-             "sector");
+    LogQuick(
+        LOG_LEVEL_ERROR,
+        "SolidStateLogStatisticsAlgo::getSsdSmartValues - failed to get data from SMART Values "
+        "sector");
     return false;
   }
   values.percentageUsed = statistics.percentageUsed;

@@ -22,8 +22,8 @@ enum LOG_LEVEL : std::int32_t {
 VEKSSD_EXPORT void Log(LOG_LEVEL level, const char* format, ...)
     __attribute__((format(printf, 2, 3)));
 
-/// Logs a text formatted as by wprintf and converted under the host's locale, cut at 4095 bytes. The
-/// record is dropped when it can't be converted.
+/// Logs a text formatted as by wprintf and converted under the host's locale, cut at 4095 bytes.
+/// The record is dropped when it can't be converted.
 VEKSSD_EXPORT void WLog(LOG_LEVEL level, const wchar_t* format, ...);
 
 /// Logs `text` as it stands, at any length; a "%" in it is just a character.

@@ -16,7 +16,8 @@ void check(const CMPIStatus& status, const char* failure) {
   }
 }
 
-/// The same for a call that makes an object. A broker that makes none without saying why has failed.
+/// The same for a call that makes an object. A broker that makes none without saying why has
+/// failed.
 template <typename Object>
 Object* checkMade(Object* object, CMPIStatus status, const char* failure) {
   if (status.rc == CMPI_RC_OK && object == nullptr) {

@@ -5,9 +5,9 @@
 #include <cmpi/cmpidt.h>
 #include <cmpi/cmpift.h>
 
-/// Broker calls that can fail. Each writes its message with the broker's code to standard output and
-/// throws the CMPIStatus, by value, when the broker's answer isn't CMPI_RC_OK. What they return is the
-/// broker's.
+/// Broker calls that can fail. Each writes its message with the broker's code to standard output
+/// and throws the CMPIStatus, by value, when the broker's answer isn't CMPI_RC_OK. What they return
+/// is the broker's.
 namespace Utils {
 
 [[nodiscard]] CMPIObjectPath* MakeNewObjectPath(const CMPIBroker* broker, const char* cimNamespace,

@@ -19,10 +19,10 @@ void* currentProvider() { return drvProvider.load(); }
 
 CMPIStatus statusOf(CMPIrc rc) { return {rc, nullptr}; }
 
-/// Calls `operation` on the provider under its lock, and answers `notReady` when there is none. It is
-/// asked for twice: at once, so that a caller isn't kept waiting for a lock only to be refused, and
-/// again under the lock, for which a cleanup may have been waiting as well. A shortage of memory
-/// costs the request.
+/// Calls `operation` on the provider under its lock, and answers `notReady` when there is none. It
+/// is asked for twice: at once, so that a caller isn't kept waiting for a lock only to be refused,
+/// and again under the lock, for which a cleanup may have been waiting as well. A shortage of
+/// memory costs the request.
 template <typename Operation>
 CMPIStatus forward(Operation operation) {
   const CMPIStatus notReady = statusOf(CMPI_RC_ERR_METHOD_NOT_AVAILABLE);
@@ -79,8 +79,8 @@ Mi* createMi(Mi& mi, const CMPIBroker* broker, const CMPIContext* context, CMPIS
   return &mi;
 }
 
-/// The body of both clean-ups; `prepare` comes before the provider may go. The provider is looked at
-/// again under the lock: a broker in a hurry cleans up on several threads at once.
+/// The body of both clean-ups; `prepare` comes before the provider may go. The provider is looked
+/// at again under the lock: a broker in a hurry cleans up on several threads at once.
 template <typename Prepare>
 CMPIStatus cleanUp(CMPIBoolean terminating, Prepare prepare) {
   if (terminating == 0) {
@@ -117,8 +117,7 @@ CMPIIndicationMI* SsdProvider_Create_IndicationMI(const CMPIBroker* broker,
                   "SsdProvider_Create_IndicationMI - Provider malloc failed", [broker] {
                     const void* address = broker;
                     const int version = broker->eft->ftVersion;
-                    std::fprintf(stderr,
-                                 "SsdProvider_Create_IndicationMI, broker=%p, version=%i\n",
+                    std::fprintf(stderr, "SsdProvider_Create_IndicationMI, broker=%p, version=%i\n",
                                  address, version);
                     std::fprintf(stderr, "SsdProvider_Create_IndicationMI - pid=%i\n", getpid());
                     Log(LOG_LEVEL_DEBUG, "SsdProvider_Create_IndicationMI, broker=%p, version=%i",
@@ -137,9 +136,8 @@ CMPIStatus drvEnumInstanceNames(CMPIInstanceMI* mi, const CMPIContext* context,
                                 const CMPIResult* result, const CMPIObjectPath* path) {
   std::fprintf(stderr, "drvEnumInstanceNames - provider=%p\n", currentProvider());
   Log(LOG_LEVEL_DEBUG, "drvEnumInstanceNames - provider=%p", currentProvider());
-  return forward([=](SsdProvider& provider) {
-    return provider.enumInstanceNames(mi, context, result, path);
-  });
+  return forward(
+      [=](SsdProvider& provider) { return provider.enumInstanceNames(mi, context, result, path); });
 }
 
 CMPIStatus drvEnumInstances(CMPIInstanceMI* mi, const CMPIContext* context,

@@ -6,9 +6,9 @@
 #include "base/Export.h"
 
 // The functions that a broker calls: the two factories that it looks up by name, and the entries of
-// the MIs' function tables, with the CMPI signatures of their slots in version 1.00. Any may be called
-// on any thread. Those that reach the provider answer CMPI_RC_ERR_METHOD_NOT_AVAILABLE while there is
-// none or its initialisation failed.
+// the MIs' function tables, with the CMPI signatures of their slots in version 1.00. Any may be
+// called on any thread. Those that reach the provider answer CMPI_RC_ERR_METHOD_NOT_AVAILABLE while
+// there is none or its initialisation failed.
 
 extern "C" {
 
@@ -22,8 +22,7 @@ VEKSSD_EXPORT CMPIIndicationMI* SsdProvider_Create_IndicationMI(const CMPIBroker
 VEKSSD_EXPORT CMPIStatus drvInstanceCleanup(CMPIInstanceMI* mi, const CMPIContext* context,
                                             CMPIBoolean terminating);
 VEKSSD_EXPORT CMPIStatus drvEnumInstanceNames(CMPIInstanceMI* mi, const CMPIContext* context,
-                                              const CMPIResult* result,
-                                              const CMPIObjectPath* path);
+                                              const CMPIResult* result, const CMPIObjectPath* path);
 VEKSSD_EXPORT CMPIStatus drvEnumInstances(CMPIInstanceMI* mi, const CMPIContext* context,
                                           const CMPIResult* result, const CMPIObjectPath* path,
                                           const char** properties);
@@ -52,8 +51,7 @@ VEKSSD_EXPORT CMPIStatus drvMustPoll(CMPIIndicationMI* mi, const CMPIContext* co
                                      const CMPIObjectPath* path);
 VEKSSD_EXPORT CMPIStatus drvActivateFilter(CMPIIndicationMI* mi, const CMPIContext* context,
                                            const CMPISelectExp* filter, const char* className,
-                                           const CMPIObjectPath* path,
-                                           CMPIBoolean firstActivation);
+                                           const CMPIObjectPath* path, CMPIBoolean firstActivation);
 VEKSSD_EXPORT CMPIStatus drvDeActivateFilter(CMPIIndicationMI* mi, const CMPIContext* context,
                                              const CMPISelectExp* filter, const char* className,
                                              const CMPIObjectPath* path,

@@ -8,8 +8,8 @@
 #include "log/Log.h"
 #include "provider/CmpiUtils.h"
 
-/// Does `work`; true if it got through. Whatever it throws is logged at level 1 and goes no further:
-/// a broker's status as "`origin` - CMPIStatus ...", anything else as the text `unknown`.
+/// Does `work`; true if it got through. Whatever it throws is logged at level 1 and goes no
+/// further: a broker's status as "`origin` - CMPIStatus ...", anything else as the text `unknown`.
 template <typename Work>
 [[nodiscard]] bool succeeds(const char* origin, const char* unknown, Work work) {
   try {

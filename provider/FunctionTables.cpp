@@ -7,8 +7,9 @@ namespace {
 /// CMPI 1.00, of the tables and of the MIs.
 constexpr int kCmpiVersion = 100;
 
-/// Puts a function of the 1.00 form into a slot that newer headers type otherwise: they give mustPoll
-/// a result, which brokers don't pass, and enable and disable a status, which brokers don't read.
+/// Puts a function of the 1.00 form into a slot that newer headers type otherwise: they give
+/// mustPoll a result, which brokers don't pass, and enable and disable a status, which brokers
+/// don't read.
 template <typename Slot, typename Function>
 Slot inSlot(Function* function) {
   return reinterpret_cast<Slot>(reinterpret_cast<void (*)()>(function));

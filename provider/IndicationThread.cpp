@@ -37,9 +37,9 @@ __attribute__((destructor(101))) void awaitIndicationThreads() {
 /// Attaches the calling thread to a broker that can start threads only from one that it knows;
 /// detaches it when it goes.
 ///
-/// Pegasus looks up the caller's own broker context in newThread and doesn't expect to find none, as
-/// on a polling thread: its agent dies. Every other broker takes callers as they are, so nothing is
-/// done for them.
+/// Pegasus looks up the caller's own broker context in newThread and doesn't expect to find none,
+/// as on a polling thread: its agent dies. Every other broker takes callers as they are, so nothing
+/// is done for them.
 class CallerAttachment {
  public:
   CallerAttachment(const CMPIBroker* broker, const CMPIContext* context) : broker_(broker) {

@@ -14,6 +14,6 @@ struct IndicationArguments {
   std::string physicalDrive;
 };
 
-/// Starts a detached broker thread that builds and delivers one indication. Nobody learns whether it
-/// did: a failure is logged on that thread and the indication is lost.
+/// Starts a detached broker thread that builds and delivers one indication. Nobody learns whether
+/// it did: a failure is logged on that thread and the indication is lost.
 void startIndicationThread(std::unique_ptr<IndicationArguments> arguments);

@@ -32,6 +32,9 @@ class KAV_SSDLifeMonitor {
   /// The key; valid until the object changes or goes.
   [[nodiscard]] const char* getDeviceID() const { return DeviceID.c_str(); }
 
+  /// Whether this is exactly the key, byte for byte; a drive's texts may hold zero bytes.
+  [[nodiscard]] bool hasDeviceID(const std::string& value) const { return DeviceID == value; }
+
   /// A new object path with the key. Throws CMPIStatus when the broker fails.
   [[nodiscard]] CMPIObjectPath* getObjectPath(const CMPIBroker* broker) const;
 

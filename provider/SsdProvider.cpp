@@ -32,8 +32,8 @@ void SsdProvider::initialise(const CMPIContext* /*context*/) {
   service = std::make_unique<SsdApi>();
   SSD_CODE code = service->initialiseSsdDriver();
   if (code != SSD_SUCCESS) {
-    Log(LOG_LEVEL_ERROR,
-        "SsdProvider::initialize - Initialise SSD Driver failed - sscode=0x%08x", code);
+    Log(LOG_LEVEL_ERROR, "SsdProvider::initialize - Initialise SSD Driver failed - sscode=0x%08x",
+        code);
     return;
   }
   code = initSsdProvider();

@@ -15,12 +15,12 @@
 #include "core/SsdApi.h"
 #include "provider/KAV_SSDLifeMonitor.h"
 
-/// The one provider behind both MIs: answers the instance requests and turns a drive's failure event
-/// into an indication.
+/// The one provider behind both MIs: answers the instance requests and turns a drive's failure
+/// event into an indication.
 ///
 /// All operations are called with the provider lock held, one at a time; only SsdFailureImminent
-/// comes without it, on the threads that read the drives, and must never take it: it also comes on a
-/// request's own thread, under that very lock.
+/// comes without it, on the threads that read the drives, and must never take it: it also comes on
+/// a request's own thread, under that very lock.
 class SsdProvider : public ISsdListener {
  public:
   SsdProvider();
@@ -43,9 +43,8 @@ class SsdProvider : public ISsdListener {
   // Instance operations. The property lists are ignored: every property is returned.
   CMPIStatus enumInstanceNames(CMPIInstanceMI* mi, const CMPIContext* context,
                                const CMPIResult* result, const CMPIObjectPath* path);
-  CMPIStatus enumInstances(CMPIInstanceMI* mi, const CMPIContext* context,
-                           const CMPIResult* result, const CMPIObjectPath* path,
-                           const char** properties);
+  CMPIStatus enumInstances(CMPIInstanceMI* mi, const CMPIContext* context, const CMPIResult* result,
+                           const CMPIObjectPath* path, const char** properties);
   CMPIStatus getInstance(CMPIInstanceMI* mi, const CMPIContext* context, const CMPIResult* result,
                          const CMPIObjectPath* path, const char** properties);
 

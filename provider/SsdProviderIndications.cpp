@@ -110,7 +110,8 @@ void SsdProvider::prepareIndicationContext(const CMPIContext* context) {
                                             (void)CMRelease(unused);
                                           }
                                         });
-  Log(LOG_LEVEL_DEBUG, "Indication Thread Context: indCtx = %p", static_cast<void*>(prepared.get()));
+  Log(LOG_LEVEL_DEBUG, "Indication Thread Context: indCtx = %p",
+      static_cast<void*>(prepared.get()));
   const MutexLock lock(cacheMutex);
   indCtx = std::move(prepared);
 }

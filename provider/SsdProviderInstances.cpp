@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 
 #include <strings.h>
@@ -12,8 +13,8 @@
 
 /// What the two enumerations don't share. The texts follow two names of each operation.
 struct SsdProvider::Enumeration {
-  const char* operation;      ///< in the request's own line
-  const char* origin;         ///< in the lines of its failures
+  const char* operation;  ///< in the request's own line
+  const char* origin;     ///< in the lines of its failures
   const char* unknownFailure;
   bool reportsUpdateFailure;
   CMPIStatus (*returnOne)(const CMPIResult* result, const CMPIBroker* broker,
@@ -94,12 +95,11 @@ std::optional<KAV_SSDLifeMonitor> SsdProvider::monitorAt(std::size_t index) {
 }
 
 std::uint32_t SsdProvider::getSsdIndex(const std::string& deviceID) const {
-  for (std::size_t i = 0; i < monitors.size(); ++i) {
-    if (monitors[i].getDeviceID() == deviceID) {
-      return static_cast<std::uint32_t>(i);
-    }
-  }
-  return kNoSuchSsd;
+  const auto found = std::find_if(
+      monitors.begin(), monitors.end(),
+      [&](const KAV_SSDLifeMonitor& monitor) { return monitor.hasDeviceID(deviceID); });
+  return found == monitors.end() ? kNoSuchSsd
+                                 : static_cast<std::uint32_t>(found - monitors.begin());
 }
 
 CMPIStatus SsdProvider::enumInstanceNames(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/,
@@ -182,18 +182,19 @@ CMPIStatus SsdProvider::getInstance(CMPIInstanceMI* /*mi*/, const CMPIContext* /
 CMPIrc SsdProvider::returnFirstMatch(const CMPIResult* result, const CMPIObjectPath* path) {
   SSD_CODE code = SSD_SUCCESS;
   bool found = false;
-  const bool complete = succeeds(
-      "SsdProvider::getInstance", "SsdProvider::getInstance -  Unknown Exception", [&] {
+  const bool complete =
+      succeeds("SsdProvider::getInstance", "SsdProvider::getInstance -  Unknown Exception", [&] {
         code = update();
         if (code != SSD_SUCCESS) {
           return;
         }
         std::size_t index = 0;
-        for (auto monitor = monitorAt(0); monitor && !found; monitor = monitorAt(++index)) {
+        for (auto monitor = monitorAt(0); monitor; monitor = monitorAt(++index)) {
           const char* key = Utils::GetCharsKeyValue(path, kDeviceIdProperty);
           if (std::strncmp(monitor->getDeviceID(), key, std::strlen(key)) == 0) {
             (void)CMReturnInstance(result, monitor->getInstance(broker));
             found = true;
+            return;
           }
         }
       });
@@ -212,7 +213,9 @@ std::string SsdProvider::makeDeviceID(const std::string& model, const std::strin
   return model + "___" + serialNumber + "___" + physicalDrive;
 }
 
-bool SsdProvider::isCimV2Namespace(const char* name) { return strcasecmp(name, kCimNamespace) == 0; }
+bool SsdProvider::isCimV2Namespace(const char* name) {
+  return strcasecmp(name, kCimNamespace) == 0;
+}
 
 bool SsdProvider::isKavInstanceClass(const char* name) {
   return std::strcmp(name, kInstanceClass) == 0;

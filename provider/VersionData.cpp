@@ -1,7 +1,7 @@
 #include "base/Export.h"
 
-// Marks and texts that field engineers look for in the library's file; nothing reads them. They stand
-// in the image in this order, so that the two marks bracket the version texts.
+// Marks and texts that field engineers look for in the library's file; nothing reads them. They
+// stand in the image in this order, so that the two marks bracket the version texts.
 
 extern "C" {
 
