@@ -26,7 +26,7 @@ CMPIObjectPath* newObjectPath(const CMPIBroker* self, const char* ns, const char
     return failWithNull<CMPIObjectPath>(broker, *fault, rc);
   }
   setStatus(rc, CMPI_RC_OK);
-  return broker.create<ObjectPathObject>(ObjectPath{textOf(ns), textOf(cn), {}, {}});
+  return broker.create<ObjectPathObject>(ObjectPath{textOf(ns), textOf(cn)});
 }
 
 CMPIString* newString(const CMPIBroker* self, const char* text, CMPIStatus* rc) {

@@ -11,7 +11,7 @@ namespace cmpihost {
 // was set twice is there twice; the last one counts.
 struct Instance {
   ObjectPath path;
-  std::vector<NamedValue> properties;
+  std::vector<NamedValue> properties = {};
 
   // The value that counts, or null when the property was never set.
   const Value* property(const std::string& name) const;

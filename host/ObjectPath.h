@@ -21,8 +21,8 @@ struct NamedValue {
 struct ObjectPath {
   std::string nameSpace;
   std::string className;
-  std::vector<NamedValue> keys;
-  std::string hostName;
+  std::vector<NamedValue> keys = {};
+  std::string hostName = {};
 
   // The same path with one more key.
   ObjectPath withKey(std::string name, Value value) const;

@@ -69,7 +69,7 @@ class PropertyPointers {
 
 const char* ownerOf(const Filter& filter) { return filter.owner ? filter.owner->c_str() : nullptr; }
 
-ObjectPath pathOf(const Filter& filter) { return {filter.nameSpace, filter.className, {}, {}}; }
+ObjectPath pathOf(const Filter& filter) { return {filter.nameSpace, filter.className}; }
 
 // The slot without the result that newer headers give it: it is called with these five arguments
 // whatever the headers say, as all brokers do.

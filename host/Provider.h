@@ -28,7 +28,7 @@ struct Filter {
   std::string className;
   std::string nameSpace = "root/cimv2";
   std::string query = "SELECT * FROM " + className;
-  std::optional<std::string> owner;
+  std::optional<std::string> owner = {};
 };
 
 // The properties that a client asks for; nothing for all.

@@ -9,7 +9,7 @@ namespace cmpihost {
 // The answer of a provider or of a broker call: a code and, rarely, a text.
 struct Status {
   CMPIrc rc = CMPI_RC_OK;
-  std::string message;
+  std::string message = {};
 
   bool ok() const { return rc == CMPI_RC_OK; }
 
