@@ -36,6 +36,7 @@ constexpr std::uint32_t kRegisterCsts = 0x1c;
 
 constexpr std::uint16_t kInvalidOpcode = 0x4001;  // with "do not retry"
 constexpr std::uint16_t kInvalidField = 0x4002;
+constexpr std::uint16_t kInvalidNamespace = 0x400b;
 constexpr std::uint16_t kInvalidLogPage = 0x4109;
 
 constexpr std::uint32_t kVersion = 0x00010300;
@@ -125,7 +126,7 @@ NvmeAnswer identify(const DriveFile& drive, const std::string& nqn, const NvmeCo
       return answer;
     case kCnsNamespace:
       if (command.namespaceId() == 0 || command.namespaceId() > drive.number("namespaces", 1)) {
-        return refuse(kInvalidField);
+        return refuse(kInvalidNamespace);
       }
       answer.data = identifyNamespace();
       return answer;
