@@ -71,11 +71,16 @@ AtaAnswer AtaDrive::execute(const AtaCommand& command, const Circumstances& circ
   const DriveFault& fault = circumstances.fault;
   if (fault.hang || fault.ata) {
     AtaAnswer answer;
+    if (fault.hang) {
+      // No register came back; the kernel shows "ready" in place of a status.
+      answer.result.timedOut = true;
+      answer.result.status = ata::kStatusReady;
+      return answer;
+    }
     answer.result.count = command.count;
     answer.result.lba = command.lba;
-    answer.result.timedOut = fault.hang;
-    answer.result.status = fault.hang ? ata::kStatusReady : fault.ata->status;
-    answer.result.error = fault.hang ? std::uint8_t{0} : fault.ata->error;
+    answer.result.status = fault.ata->status;
+    answer.result.error = fault.ata->error;
     return answer;
   }
   AtaAnswer answer = device_.execute(command, circumstances.seconds);
@@ -152,7 +157,8 @@ Reply AtaDrive::sgIo(const DriveRequest& request, const Circumstances& circumsta
     sg.putData(answer.data);
   }
   if (answer.result.failed() || (block[2] & kCheckCondition) != 0) {
-    completeWithSense(sg.header(), passThroughSense(answer.result, (block[1] & kExtend) != 0));
+    const bool extended = (block[1] & kExtend) != 0 && !answer.result.timedOut;
+    completeWithSense(sg.header(), passThroughSense(answer.result, extended));
   } else {
     completeGood(sg.header());
   }

@@ -42,13 +42,8 @@ Bytes failureSense(const AtaResult& result) {
       return fixedSense(kMediumError, 0x11, 0x04);
     }
   }
-  if ((result.status & ata::kStatusBusy) != 0) {
-    return fixedSense(kAbortedCommand, 0x47, 0x00);
-  }
-  if ((result.status & ata::kStatusReady) != 0) {
-    return fixedSense(kIllegalRequest, 0x21, 0x04);
-  }
-  if ((result.status & ata::kStatusDeviceFault) != 0) {
+  if ((result.status & ata::kStatusBusy) == 0 &&
+      (result.status & ata::kStatusDeviceFault) != 0) {
     return fixedSense(kHardwareError, 0x44, 0x00);
   }
   return fixedSense(kAbortedCommand, 0x00, 0x00);
