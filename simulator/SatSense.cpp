@@ -42,8 +42,7 @@ Bytes failureSense(const AtaResult& result) {
       return fixedSense(kMediumError, 0x11, 0x04);
     }
   }
-  if ((result.status & ata::kStatusBusy) == 0 &&
-      (result.status & ata::kStatusDeviceFault) != 0) {
+  if ((result.status & ata::kStatusBusy) == 0 && (result.status & ata::kStatusDeviceFault) != 0) {
     return fixedSense(kHardwareError, 0x44, 0x00);
   }
   return fixedSense(kAbortedCommand, 0x00, 0x00);

@@ -13,7 +13,11 @@ namespace simulator {
 
 namespace {
 
-DIR* openDirectory(const char* path, const VirtualFile& file) {
+DIR* openDirectory(const std::string& path, const VirtualFile& file) {
+  if (const FaultOutcome* fault = session()->meetFault("opendir", path)) {
+    errno = *fault->error;
+    return nullptr;
+  }
   if (file.kind == VirtualFile::Kind::elsewhere) {
     return real().opendir(file.realPath.c_str());
   }
@@ -21,15 +25,10 @@ DIR* openDirectory(const char* path, const VirtualFile& file) {
     errno = file.kind == VirtualFile::Kind::missing ? file.error : ENOTDIR;
     return nullptr;
   }
-  Session* current = session();
-  const FaultOutcome* fault = current->meetFault("opendir", tidyPath(path));
-  if (fault != nullptr) {
-    errno = *fault->error;
-    return nullptr;
-  }
   DIR* stream = real().opendir("/");
   if (stream != nullptr) {
     const int fd = dirfd(stream);
+    descriptors().clear(fd);
     descriptors().set(fd, &file);
     descriptors().setCursor(fd, new DirectoryCursor);
   }
@@ -228,10 +227,11 @@ VEKSSD_INTERPOSED DIR* opendir(const char* path) {
     }
     return stream;
   }
-  DIR* stream = openDirectory(path, *file);
+  const std::string tidy = tidyPath(path);
+  DIR* stream = openDirectory(tidy, *file);
   if (current->journal().wanted()) {
-    current->journal().write(entryOf("opendir", tidyPath(path),
-                                     stream != nullptr ? dirfd(stream) : -1, stream == nullptr));
+    current->journal().write(
+        entryOf("opendir", tidy, stream != nullptr ? dirfd(stream) : -1, stream == nullptr));
   }
   return stream;
 }
