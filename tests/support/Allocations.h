@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+
+/// The memory that this thread takes with operator new, counted; any part of it can be refused.
+namespace testkit::allocations {
+
+/// How many allocations this thread has made or been refused so far.
+[[nodiscard]] std::size_t count();
+
+/// Refuses every allocation of exactly `size` bytes on this thread, until `refuseNone`.
+void refuseSize(std::size_t size);
+
+/// Refuses one allocation on this thread: the one after the next `skipped`.
+void refuseAfter(std::size_t skipped);
+
+void refuseNone();
+
+}  // namespace testkit::allocations

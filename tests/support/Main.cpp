@@ -1,0 +1,66 @@
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/support/FakeKernel.h"
+#include "tests/support/FakeRoot.h"
+
+// Log handler and configuration are read once in a process, so every test has a process to itself:
+// CTest starts one for each, and a run of several by hand is split up here.
+
+namespace {
+
+bool passesAlone(const std::string& name) {
+  std::string program = "/proc/self/exe";
+  std::string filter = "--gtest_filter=" + name;
+  std::string brief = "--gtest_brief=1";
+  char* arguments[] = {program.data(), filter.data(), brief.data(), nullptr};
+  pid_t child = 0;
+  int status = 0;
+  return posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments, environ) == 0 &&
+         waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+class OneProcessPerTest : public testing::EmptyTestEventListener {
+  void OnTestProgramStart(const testing::UnitTest& run) override {
+    if (run.test_to_run_count() < 2) {
+      return;
+    }
+    int failed = 0;
+    for (int i = 0; i < run.total_test_suite_count(); ++i) {
+      const testing::TestSuite& suite = *run.GetTestSuite(i);
+      for (int j = 0; j < suite.total_test_count(); ++j) {
+        const testing::TestInfo& test = *suite.GetTestInfo(j);
+        if (test.should_run()) {
+          failed += passesAlone(std::string(suite.name()) + "." + test.name()) ? 0 : 1;
+        }
+      }
+    }
+    std::printf("%d of %d tests failed.\n", failed, run.test_to_run_count());
+    std::exit(failed == 0 ? EXIT_SUCCESS : EXIT_FAILURE);
+  }
+};
+
+/// No test has to ask whether everything expected has happened, or whether a file was left open.
+class NothingLeftOver : public testing::EmptyTestEventListener {
+  void OnTestEnd(const testing::TestInfo&) override {
+    testkit::FakeKernel::instance().verify();
+    testkit::FakeRoot::instance().verify();
+  }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  testing::InitGoogleTest(&argc, argv);
+  auto& listeners = testing::UnitTest::GetInstance()->listeners();
+  listeners.Append(new OneProcessPerTest);
+  listeners.Append(new NothingLeftOver);
+  return RUN_ALL_TESTS();
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+namespace testkit {
+
+/// A directory of its own, removed with all that it holds when the object goes.
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+
+  [[nodiscard]] const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+}  // namespace testkit
