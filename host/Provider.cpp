@@ -110,13 +110,7 @@ Provider::Provider(Broker& broker, std::string library, std::string prefix,
 
 Provider::~Provider() {
   try {
-    while (openIndicationMIs_ > 0) {
-      cleanupIndicationMI(true);
-    }
-    while (openInstanceMIs_ > 0) {
-      cleanupInstanceMI(true);
-    }
-    unload();
+    close();
   } catch (const HostError& error) {
     std::cerr << "cmpihost: " << error.what() << '\n';
   }
@@ -282,6 +276,16 @@ Status Provider::cleanupIndicationMI(bool terminating) {
     takeBackOne(openIndicationMIs_);
   }
   return statusFromCmpi(mi->ft->cleanup(mi, request.context(), terminating ? 1 : 0));
+}
+
+bool Provider::close() {
+  while (openIndicationMIs_ > 0) {
+    cleanupIndicationMI(true);
+  }
+  while (openInstanceMIs_ > 0) {
+    cleanupInstanceMI(true);
+  }
+  return unload();
 }
 
 bool Provider::unload() {

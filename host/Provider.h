@@ -44,7 +44,7 @@ class Provider {
   Provider(Broker& broker, std::string library, std::string prefix,
            SharedLibrary::Binding binding = SharedLibrary::Binding::kLocal);
 
-  // Cleans up what was not cleaned up and unloads.
+  // Closes it. An error that close() would throw goes to standard error.
   ~Provider();
   Provider(const Provider&) = delete;
   Provider& operator=(const Provider&) = delete;
@@ -91,6 +91,9 @@ class Provider {
   // True when it has really left the process. Throws HostError when a thread does not end within
   // half a minute; the library then stays.
   bool unload();
+
+  // Cleans up what was created and not cleaned up, indications first, then unloads.
+  bool close();
 
   // The address of an exported name of the library. Throws HostError.
   void* symbol(const std::string& name) const { return library_.symbol(name); }

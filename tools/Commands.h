@@ -1,0 +1,15 @@
+#pragma once
+
+#include "tools/ExitCode.h"
+#include "tools/Options.h"
+#include "tools/OwnOutput.h"
+
+// One function for each command, each in a file of its own. They throw Failure.
+namespace ssdlife {
+
+ExitCode list(const Options& options, const std::string& library, const OwnOutput& output);
+ExitCode names(const Options& options, const std::string& library, const OwnOutput& output);
+ExitCode get(const Options& options, const std::string& library, const OwnOutput& output);
+ExitCode watch(const Options& options, const std::string& library, const OwnOutput& output);
+
+}  // namespace ssdlife

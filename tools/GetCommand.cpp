@@ -1,0 +1,14 @@
+#include "tools/Commands.h"
+#include "tools/Show.h"
+#include "tools/SsdClient.h"
+
+namespace ssdlife {
+
+ExitCode get(const Options& options, const std::string& library, const OwnOutput& output) {
+  SsdClient client(library);
+  output.out(showDrive(client.get(options.deviceId), options.format));
+  client.close();
+  return ExitCode::kOk;
+}
+
+}  // namespace ssdlife

@@ -1,0 +1,14 @@
+#include "tools/Commands.h"
+#include "tools/Show.h"
+#include "tools/SsdClient.h"
+
+namespace ssdlife {
+
+ExitCode list(const Options& options, const std::string& library, const OwnOutput& output) {
+  SsdClient client(library);
+  output.out(showDrives(client.list(), options.format));
+  client.close();
+  return ExitCode::kOk;
+}
+
+}  // namespace ssdlife
