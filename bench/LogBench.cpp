@@ -1,0 +1,145 @@
+// What a log call costs: one below the configured level, and one whose line is written.
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <benchmark/benchmark.h>
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/spdlog.h>
+
+#include "bench/Check.h"
+#include "bench/Machine.h"
+#include "log/Log.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr unsigned long kHours = 12345;
+constexpr int kPercentage = 42;
+/// The library's most frequent message.
+constexpr char kMessage[] = "SsdDevice::getSsdData - POH = 12345, Percentage Used = 42";
+
+void logLine(LOG_LEVEL level) {
+  Log(level, "SsdDevice::getSsdData - POH = %lu, Percentage Used = %d", kHours, kPercentage);
+}
+
+std::shared_ptr<spdlog::logger> makeSpdlog() {
+  auto logger = spdlog::basic_logger_mt("file", bench::logPath());
+  logger->set_pattern("%d/%m/%Y %H:%M:%S.%e\tP[%8P] T[%8t]\t%l\t%v");
+  logger->set_level(spdlog::level::info);
+  logger->flush_on(spdlog::level::trace);
+  spdlog::set_default_logger(logger);
+  return logger;
+}
+
+void spdlogLine(spdlog::level::level_enum level) {
+  static const std::shared_ptr<spdlog::logger> logger = makeSpdlog();
+  spdlog::log(level, "SsdDevice::getSsdData - POH = {}, Percentage Used = {}", kHours, kPercentage);
+}
+
+std::string contentOfLog() {
+  std::ifstream file(bench::logPath());
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// Each measurement of written lines starts with an empty file and is void unless as many whole
+/// lines stand in it as were logged.
+class WrittenLines {
+ public:
+  explicit WrittenLines(benchmark::State& state) : state_(state) {
+    fs::resize_file(bench::logPath(), 0);
+  }
+
+  ~WrittenLines() {
+    const std::string content = contentOfLog();
+    const std::string ending = "\t" + std::string(kMessage) + "\n";
+    std::int64_t lines = 0;
+    for (std::size_t end = 0; (end = content.find(ending, end)) != std::string::npos; ++lines) {
+      end += ending.size();
+    }
+    const auto lineEnds = std::count(content.begin(), content.end(), '\n');
+    bench::check(state_,
+                 lines == static_cast<std::int64_t>(state_.iterations()) && lines == lineEnds,
+                 "the log does not hold the lines that were written");
+  }
+
+ private:
+  benchmark::State& state_;
+};
+
+void suppressedOurs(benchmark::State& state) {
+  logLine(LOG_LEVEL_INFO);  // opens the file
+  fs::resize_file(bench::logPath(), 0);
+  for (auto _ : state) {
+    logLine(LOG_LEVEL_DEBUG);
+  }
+  bench::check(state, fs::file_size(bench::logPath()) == 0, "a suppressed line was written");
+  logLine(LOG_LEVEL_INFO);
+  bench::check(state, fs::file_size(bench::logPath()) > 0, "no line is written at all");
+}
+
+void suppressedSpdlog(benchmark::State& state) {
+  spdlogLine(spdlog::level::info);
+  fs::resize_file(bench::logPath(), 0);
+  for (auto _ : state) {
+    spdlog::debug("SsdDevice::getSsdData - POH = {}, Percentage Used = {}", kHours, kPercentage);
+  }
+  bench::check(state, fs::file_size(bench::logPath()) == 0, "a suppressed line was written");
+  spdlogLine(spdlog::level::info);
+  bench::check(state, fs::file_size(bench::logPath()) > 0, "no line is written at all");
+}
+
+void lineOurs(benchmark::State& state) {
+  logLine(LOG_LEVEL_INFO);
+  const WrittenLines lines(state);
+  for (auto _ : state) {
+    logLine(LOG_LEVEL_INFO);
+  }
+}
+
+void lineFloor(benchmark::State& state) {
+  logLine(LOG_LEVEL_INFO);
+  fs::resize_file(bench::logPath(), 0);
+  logLine(LOG_LEVEL_INFO);
+  const std::string line = contentOfLog();
+  const int fd = open(bench::logPath().c_str(), O_RDWR | O_APPEND | O_CREAT, 0666);
+  {
+    const WrittenLines lines(state);
+    struct stat status;
+    for (auto _ : state) {
+      benchmark::DoNotOptimize(fstat(fd, &status));
+      benchmark::DoNotOptimize(write(fd, line.data(), line.size()));
+    }
+  }
+  close(fd);
+}
+
+void lineSpdlog(benchmark::State& state) {
+  spdlogLine(spdlog::level::info);
+  const int fd = open(bench::logPath().c_str(), O_RDONLY);
+  {
+    const WrittenLines lines(state);
+    struct stat status;
+    for (auto _ : state) {
+      benchmark::DoNotOptimize(fstat(fd, &status));
+      spdlogLine(spdlog::level::info);
+    }
+  }
+  close(fd);
+}
+
+BENCHMARK(suppressedOurs)->Name("log_suppressed/ours");
+BENCHMARK(suppressedSpdlog)->Name("log_suppressed/reference");
+BENCHMARK(lineOurs)->Name("log_line/ours");
+BENCHMARK(lineFloor)->Name("log_line/floor");
+BENCHMARK(lineSpdlog)->Name("log_line/spdlog");
+
+}  // namespace
