@@ -53,10 +53,11 @@ CMPIStatus SsdProvider::activateFilter(CMPIIndicationMI* /*mi*/, const CMPIConte
   }
   Log(LOG_LEVEL_DEBUG, "SsdProvider::activateFilter - current activeIndSubscriptions=%i",
       activeIndSubscriptions);
-  if (activeIndSubscriptions++ < 1) {
+  if (activeIndSubscriptions < 1) {
     prepareIndicationContext(context);
     service->registerSsdListener(this);
   }
+  ++activeIndSubscriptions;  // not before: a shortage of memory must leave the next one the first
   return statusOf(CMPI_RC_OK);
 }
 
@@ -96,7 +97,9 @@ void SsdProvider::disableIndications(CMPIIndicationMI* mi, const CMPIContext* co
 void SsdProvider::indicationCleanup() {
   Log(LOG_LEVEL_DEBUG, "SsdProvider::indicationCleanup");
   indicationsEnabled = false;
-  service->unregisterSsdListener();
+  if (service != nullptr) {  // there may have been no memory for it
+    service->unregisterSsdListener();
+  }
 }
 
 /// Prepares the indication threads' context once in the provider's life.
