@@ -156,9 +156,9 @@ int parseDriveOutcome(JsonObject& object, FaultOutcome& outcome) {
   return given;
 }
 
-FaultOutcome parseOutcome(JsonObject& object, const std::string& call) {
+// Counts the outcomes given, besides a delay.
+FaultOutcome parseOutcome(JsonObject& object, const std::string& call, int& given) {
   FaultOutcome outcome;
-  int given = 0;
   if (call != "glob") {
     if (const auto error = object.find("errno")) {
       outcome.error = error->errnoName();
@@ -174,14 +174,8 @@ FaultOutcome parseOutcome(JsonObject& object, const std::string& call) {
   if (call == "ioctl") {
     given += parseDriveOutcome(object, outcome);
   }
-  const auto delay = object.find("delayMs");
-  if (delay) {
+  if (const auto delay = object.find("delayMs")) {
     outcome.delay = std::chrono::milliseconds(delay->integer(0, 86'400'000));
-  }
-  if (given > 1 || (given == 0 && !delay)) {
-    object.fail(
-        "exactly one outcome expected (errno, return, sense, ata, result, hang, data), "
-        "or delayMs");
   }
   return outcome;
 }
@@ -192,8 +186,9 @@ FaultDescription parseFault(const JsonValue& value, const MachineDescription& ma
   JsonObject object(value);
   object.find("comment");
   FaultDescription fault;
+  int outcomes = 0;
   fault.pattern = parsePattern(object, machine);
-  fault.outcome = parseOutcome(object, fault.pattern.call);
+  fault.outcome = parseOutcome(object, fault.pattern.call, outcomes);
   if (const auto nth = object.find("nth")) {
     fault.nth = nth->integer(1, FaultDescription::kForever);
   }
@@ -201,6 +196,11 @@ FaultDescription parseFault(const JsonValue& value, const MachineDescription& ma
     fault.count = count->integer(1, FaultDescription::kForever);
   }
   object.finish();
+  if (outcomes > 1 || (outcomes == 0 && !object.has("delayMs"))) {
+    object.fail(
+        "exactly one outcome expected (errno, return, sense, ata, result, hang, data), "
+        "or delayMs");
+  }
   return fault;
 }
 

@@ -1,5 +1,6 @@
 #include "simulator/Machine.h"
 
+#include <linux/nvme_ioctl.h>
 #include <scsi/sg.h>
 
 #include <cerrno>
@@ -56,6 +57,10 @@ Reply faultyReply(const FaultOutcome& outcome, const DriveRequest& request) {
   if (!outcome.sense.empty() && request.kind == RequestKind::sgIo && request.argument != nullptr) {
     completeWithSense(*static_cast<sg_io_hdr_t*>(request.argument), outcome.sense);
     return {0, 0, outcome.delay};
+  }
+  // A positive status of an NVMe command comes back with the completion's result, here none.
+  if (request.kind == RequestKind::nvmeAdmin && request.argument != nullptr) {
+    static_cast<nvme_admin_cmd*>(request.argument)->result = 0;
   }
   return {outcome.result.value_or(0), 0, outcome.delay};
 }
