@@ -1,5 +1,6 @@
 #include "tests/support/Allocations.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <limits>
 #include <new>
@@ -9,12 +10,12 @@ namespace {
 constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 
 thread_local std::size_t made = 0;
-thread_local std::size_t refusedSize = kNever;
+thread_local std::size_t refusedNothrowSize = kNever;
 thread_local std::size_t refusedNumber = kNever;
 
 void* take(std::size_t size) {
-  const std::size_t number = made++;
-  if (size == refusedSize || number == refusedNumber) {
+  if (made++ == refusedNumber) {
+    errno = ENOMEM;
     return nullptr;
   }
   return std::malloc(size == 0 ? 1 : size);
@@ -28,18 +29,26 @@ void* takeOrThrow(std::size_t size) {
   return memory;
 }
 
+void* takeOrNull(std::size_t size) {
+  if (size == refusedNothrowSize) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+  return take(size);
+}
+
 }  // namespace
 
 namespace testkit::allocations {
 
 std::size_t count() { return made; }
 
-void refuseSize(std::size_t size) { refusedSize = size; }
+void refuseNothrow(std::size_t size) { refusedNothrowSize = size; }
 
 void refuseAfter(std::size_t skipped) { refusedNumber = made + skipped; }
 
 void refuseNone() {
-  refusedSize = kNever;
+  refusedNothrowSize = kNever;
   refusedNumber = kNever;
 }
 
@@ -47,8 +56,8 @@ void refuseNone() {
 
 void* operator new(std::size_t size) { return takeOrThrow(size); }
 void* operator new[](std::size_t size) { return takeOrThrow(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return take(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return take(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return takeOrNull(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return takeOrNull(size); }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }

@@ -8,8 +8,9 @@ namespace testkit::allocations {
 /// How many allocations this thread has made or been refused so far.
 [[nodiscard]] std::size_t count();
 
-/// Refuses every allocation of exactly `size` bytes on this thread, until `refuseNone`.
-void refuseSize(std::size_t size);
+/// Refuses every allocation of exactly `size` bytes on this thread that reports a shortage by null
+/// (new (std::nothrow)), until `refuseNone`. errno is then ENOMEM, as malloc leaves it.
+void refuseNothrow(std::size_t size);
 
 /// Refuses one allocation on this thread: the one after the next `skipped`.
 void refuseAfter(std::size_t skipped);

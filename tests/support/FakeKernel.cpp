@@ -85,7 +85,8 @@ int answerPassThrough(std::uint8_t logAddress, std::uint8_t page, const SatAnswe
   EXPECT_EQ(request.duration, 0U);
   EXPECT_EQ(request.info, 0U);
   const Bytes cdb(request.cmdp, request.cmdp + 16);
-  EXPECT_EQ(cdb, (Bytes{0x85, 0x09, 0x2E, 0, 0, 0, 0x01, 0, logAddress, 0, page, 0, 0, 0, 0x2F, 0}));
+  EXPECT_EQ(cdb,
+            (Bytes{0x85, 0x09, 0x2E, 0, 0, 0, 0x01, 0, logAddress, 0, page, 0, 0, 0, 0x2F, 0}));
   expectZero(request.sbp, 32, "the sense buffer");
   give(answer.data, request.dxferp, 512);
   std::copy(answer.sense.begin(), answer.sense.end(), request.sbp);
@@ -176,8 +177,8 @@ void FakeKernel::willCommand(int fd, const DriveCommand& command, const Bytes& a
                              Outcome outcome) {
   expect(ioctlCall(fd, kDriveCmd), [command, answer, outcome](void* argument) {
     auto* block = static_cast<std::uint8_t*>(argument);
-    EXPECT_EQ(Bytes(block, block + 4), (Bytes{command.command, command.sectorNumber,
-                                              command.feature, command.sectorCount}));
+    EXPECT_EQ(Bytes(block, block + 4),
+              (Bytes{command.command, command.sectorNumber, command.feature, command.sectorCount}));
     expectZero(block + 4, command.room, "the data room");
     give(answer, block + 4, command.room);
     return finish(outcome);

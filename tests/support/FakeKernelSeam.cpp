@@ -62,7 +62,5 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) { return FakeThreads::lock
 
 int __wrap_sched_yield() { return FakeThreads::instance().yield(); }
 
-int __wrap_usleep(useconds_t microseconds) {
-  return FakeThreads::instance().sleep(microseconds);
-}
+int __wrap_usleep(useconds_t microseconds) { return FakeThreads::instance().sleep(microseconds); }
 }

@@ -19,8 +19,8 @@ namespace testkit {
 /// The machine's files as the library sees them: "/etc/ssddrv/", "/var/log/ssddrv/" and "/sys/" lie
 /// in a directory of this process, "/sys/block/" and the NVMe nodes are lists that the test gives.
 ///
-/// At first it holds the two directories of the library and a log.conf that lets everything through.
-/// Any call can be refused, and all are recorded. Any thread may use it.
+/// At first it holds the two directories of the library and a log.conf that lets everything
+/// through. Any call can be refused, and all are recorded. Any thread may use it.
 class FakeRoot {
  public:
   /// The one of this process. Made by whoever comes first, which may be a static constructor of the

@@ -96,9 +96,8 @@ void* FakeThreads::run(void* memory) {
   isLibraryThread = true;
   {
     std::unique_lock lock(self.mutex_);
-    self.changed_.wait(lock, [&self] {
-      return !self.holdsStarts_ || self.joining_.count(pthread_self()) != 0;
-    });
+    self.changed_.wait(
+        lock, [&self] { return !self.holdsStarts_ || self.joining_.count(pthread_self()) != 0; });
   }
   void* result = start->function(start->argument);
   const std::lock_guard lock(self.mutex_);
@@ -107,8 +106,8 @@ void* FakeThreads::run(void* memory) {
   return result;
 }
 
-int FakeThreads::create(pthread_t* thread, const pthread_attr_t* attributes,
-                        void* (*start)(void*), void* argument) {
+int FakeThreads::create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
+                        void* argument) {
   EXPECT_EQ(attributes, nullptr) << "threads have default attributes";
   std::unique_lock lock(mutex_);
   if (refusal_ != 0) {
@@ -151,9 +150,8 @@ int FakeThreads::sleep(useconds_t microseconds) {
   const std::size_t began = generation_;
   ++sleeping_;
   changed_.notify_all();
-  changed_.wait(lock, [this, began] {
-    return generation_ != began || joining_.count(pthread_self()) != 0;
-  });
+  changed_.wait(
+      lock, [this, began] { return generation_ != began || joining_.count(pthread_self()) != 0; });
   if (generation_ == began) {
     --sleeping_;
   }

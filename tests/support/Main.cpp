@@ -1,10 +1,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <spawn.h>
+#include <sys/mman.h>
+#include <sys/sendfile.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,15 +17,31 @@
 
 namespace {
 
+/// Shows what the test has written only if it failed.
 bool passesAlone(const std::string& name) {
   std::string program = "/proc/self/exe";
   std::string filter = "--gtest_filter=" + name;
-  std::string brief = "--gtest_brief=1";
-  char* arguments[] = {program.data(), filter.data(), brief.data(), nullptr};
+  char* arguments[] = {program.data(), filter.data(), nullptr};
+  const int output = memfd_create("test output", 0);
+  posix_spawn_file_actions_t redirection;
+  posix_spawn_file_actions_init(&redirection);
+  posix_spawn_file_actions_adddup2(&redirection, output, STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&redirection, output, STDERR_FILENO);
   pid_t child = 0;
-  int status = 0;
-  return posix_spawn(&child, program.c_str(), nullptr, nullptr, arguments, environ) == 0 &&
-         waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+  int status = -1;
+  if (posix_spawn(&child, program.c_str(), &redirection, nullptr, arguments, environ) == 0) {
+    waitpid(child, &status, 0);
+  }
+  posix_spawn_file_actions_destroy(&redirection);
+  std::printf("%s %s\n", status == 0 ? "[  PASSED  ]" : "[  FAILED  ]", name.c_str());
+  std::fflush(stdout);
+  if (status != 0) {
+    off_t offset = 0;
+    while (sendfile(STDOUT_FILENO, output, &offset, 1 << 16) > 0) {
+    }
+  }
+  close(output);
+  return status == 0;
 }
 
 class OneProcessPerTest : public testing::EmptyTestEventListener {
