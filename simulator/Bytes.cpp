@@ -44,23 +44,24 @@ std::string toHex(const Bytes& bytes) { return toHex(bytes.data(), bytes.size())
 
 std::optional<Bytes> fromHex(std::string_view text) {
   Bytes bytes;
-  std::optional<unsigned> high;
+  unsigned high = 0;
+  bool haveHigh = false;
   for (const char c : text) {
-    if (c == ' ' && !high) {
+    if (c == ' ' && !haveHigh) {
       continue;
     }
     const std::optional<unsigned> value = digit(c);
     if (!value) {
       return std::nullopt;
     }
-    if (high) {
-      bytes.push_back(static_cast<std::uint8_t>(*high << 4 | *value));
-      high.reset();
+    if (haveHigh) {
+      bytes.push_back(static_cast<std::uint8_t>(high << 4 | *value));
     } else {
-      high = value;
+      high = *value;
     }
+    haveHigh = !haveHigh;
   }
-  if (high) {
+  if (haveHigh) {
     return std::nullopt;
   }
   return bytes;
