@@ -1,18 +1,18 @@
 #include "tests/vm/agreement/IoctlCase.h"
 
-#include <cerrno>
-#include <cstdint>
-#include <cstdio>
-#include <cstring>
-#include <sstream>
-#include <stdexcept>
-
 #include <fcntl.h>
 #include <linux/hdreg.h>
 #include <linux/nvme_ioctl.h>
 #include <scsi/sg.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <sstream>
+#include <stdexcept>
 
 namespace vm {
 namespace {

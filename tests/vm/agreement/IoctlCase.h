@@ -1,10 +1,9 @@
 // One ioctl of the shared list: how it is made, and what came back.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 namespace vm {
 

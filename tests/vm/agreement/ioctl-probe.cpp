@@ -10,10 +10,9 @@
 #include <exception>
 #include <fstream>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
-
-#include <nlohmann/json.hpp>
 
 #include "tests/vm/agreement/IoctlCase.h"
 

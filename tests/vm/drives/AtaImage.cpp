@@ -48,11 +48,11 @@ Sector makeIdentify(const DriveFile& drive) {
   putWord(sector, 64, 0x0003);  // PIO modes 3 and 4
   putWord(sector, 67, 120);     // cycle times, ns
   putWord(sector, 68, 120);
-  putWord(sector, 76, 0x0006);   // SATA generations 1 and 2
-  putWord(sector, 80, 0x01f0);   // ATA-4 to ATA8-ACS
-  putWord(sector, 82, 0x0001);   // SMART
-  putWord(sector, 83, 0x7400);   // 48-bit addresses, FLUSH CACHE and its EXT
-  putWord(sector, 84, 0x4020);   // general purpose logging
+  putWord(sector, 76, 0x0006);  // SATA generations 1 and 2
+  putWord(sector, 80, 0x01f0);  // ATA-4 to ATA8-ACS
+  putWord(sector, 82, 0x0001);  // SMART
+  putWord(sector, 83, 0x7400);  // 48-bit addresses, FLUSH CACHE and its EXT
+  putWord(sector, 84, 0x4020);  // general purpose logging
   putWord(sector, 85, 0x0001);
   putWord(sector, 86, 0x3400);
   putWord(sector, 87, 0x4020);

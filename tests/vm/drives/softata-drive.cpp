@@ -1,14 +1,14 @@
 // softata-drive FILE PORT: puts the described drive into a port's folder of softata's debugfs.
 // Run again with a changed file, it changes a drive that is in use.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <exception>
 #include <stdexcept>
 #include <string>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 #include "tests/vm/drives/AtaImage.h"
 

@@ -1,5 +1,6 @@
-# QEMU's own drives under the distribution's drivers; boot/drives-base attaches them.
-# shellcheck shell=dash
+# QEMU's own drives under the distribution's drivers.
+# shellcheck shell=dash source=tests/vm/guest/functions.sh
+. /vm/functions.sh
 
 modprobe ata_piix
 modprobe virtio_scsi

@@ -1,8 +1,9 @@
-# What the scenarios are made of. Sourced by init; busybox sh.
+# What the scenarios are made of; they source it. busybox sh.
 # shellcheck shell=dash
 
 softata=/sys/kernel/debug/softata
 target=/run/nvme
+library_log=/var/log/ssddrv/ssddrv.log
 
 set -e
 
@@ -49,9 +50,9 @@ change_ata() {
   softata-drive "/run/ata/$1" "/run/ata/$1.port"
 }
 
-# rule_ata NAME [RULE]: replaces the drive's rules.
-rule_ata() {
-  printf '%s\n' "$2" >"/run/ata/$1.port/rules"
+# heal_ata NAME: takes the drive's rules away.
+heal_ata() {
+  echo >"/run/ata/$1.port/rules"
 }
 
 field() {
@@ -74,14 +75,26 @@ start_nvme_target() {
   nvme-target 4420 $target
 }
 
-# connect_nvme NAME [AS]: a controller with that description, another serial number when a second
-# name is given.
+# connect_nvme NAME: a controller with that description.
 connect_nvme() {
-  local name=${2:-$1}
-  cp "/vm/drives/nvme/$1" "$target/$name"
-  [ -z "$2" ] || describe "$target/$name" serial "$2"
-  echo "transport=tcp,traddr=127.0.0.1,trsvcid=4420,nqn=nqn.2020-01.vm:$name,nr_io_queues=1" \
+  cp "/vm/drives/nvme/$1" "$target/$1"
+  echo "transport=tcp,traddr=127.0.0.1,trsvcid=4420,nqn=nqn.2020-01.vm:$1,nr_io_queues=1" \
     >/dev/nvme-fabrics
+}
+
+# change_nvme NAME KEY VALUE: changes a controller; it reads its description for each command.
+change_nvme() {
+  describe "$target/$1" "$2" "$3"
+}
+
+# rule_nvme NAME RULE: gives the controller one more rule.
+rule_nvme() {
+  echo "$2" >>"$target/$1"
+}
+
+# heal_nvme NAME: takes its rules away.
+heal_nvme() {
+  sed -i -e '/^reject/d' -e '/^result/d' "$target/$1"
 }
 
 # nvme_node NAME: the controller's kernel name (nvme0).
@@ -89,10 +102,6 @@ nvme_node() {
   local file
   file=$(grep -l ":$1\$" /sys/class/nvme/*/subsysnqn) || return 1
   basename "$(dirname "$file")"
-}
-
-disconnect_nvme() {
-  echo 1 >"/sys/class/nvme/$(nvme_node "$1")/delete_controller"
 }
 
 forget_commands() {
@@ -144,13 +153,18 @@ ssdlife() {
 list() {
   local folder=/results/$1 status=0
   mkdir -p "$folder"
-  rm -f /var/log/ssddrv/ssddrv.log
+  rm -f "$library_log"
   forget_commands
-  ssdlife list --format json >"$folder/list.json" 2>"$folder/list.stderr" || status=$?
+  ssdlife --format json list >"$folder/list.json" 2>"$folder/list.stderr" || status=$?
   echo "$status" >"$folder/list.exit"
   save_commands "$folder/commands"
   save_nodes "$folder/nodes"
-  cp /var/log/ssddrv/ssddrv.log "$folder/" || true
+  cp "$library_log" "$folder/"
+}
+
+# logged TEXT [TIMES]: the library has logged it, so many times at least.
+logged() {
+  [ "$(grep -c -e "$1" "$library_log")" -ge "${2:-1}" ]
 }
 
 # ask_peers STEP: what smartctl and nvme say of every drive. Their own verdict on the drive's
@@ -167,5 +181,9 @@ ask_peers() {
         ;;
     esac
   done
-  ls /sys/block /sys/class/nvme >"$folder/present"
+  # The serial numbers of all disks, one a line: the page behind its four bytes of header.
+  for node in /sys/block/sd*; do
+    tail -c +5 "$node/device/vpd_pg80" && echo
+  done >"$folder/present"
+  cat /sys/class/nvme/*/serial >>"$folder/present"
 }

@@ -17,12 +17,12 @@ void judgeCases(const Step& agreement, const std::string& user, Report& report) 
     ++cases;
     std::string reasons;
     for (std::size_t j = i + 1; !agrees && j < lines.size() && lines[j][0] == ' '; ++j) {
-      reasons += (reasons.empty() ? "" : "\n     ") + lines[j].substr(lines[j].find_first_not_of(' '));
+      reasons +=
+          (reasons.empty() ? "" : "\n     ") + lines[j].substr(lines[j].find_first_not_of(' '));
     }
     report.check(agrees, "the kernel answers as listed: " + lines[i].substr(8), reasons);
   }
-  report.check(cases > 0, "the ioctl cases of " + user + " were made",
-               agreement.text(user));
+  report.check(cases > 0, "the ioctl cases of " + user + " were made", agreement.text(user));
 }
 
 }  // namespace
@@ -32,13 +32,18 @@ void judgeAnswers(const std::filesystem::path& results, Report& report) {
   judgeCases(agreement, "root", report);
   judgeCases(agreement, "nobody", report);
 
-  const Step hang(results / "hanging");
-  report.check(hang.text("list.exit") == "0", "ssdlife list outlasts a drive that never answers",
-               hang.text("list.stderr"));
-  const ListedDrive* drive = hang.find("VM-HANGING");
-  report.check(drive != nullptr, "the drive whose statistics never come is listed");
-  if (drive != nullptr) {
-    comparePeers(*drive, hang, Wear::kUnknown, report);
+  report.section("answers: a drive that never answers");
+  const Step silent(results / "hanging");
+  const Step healed(results / "healed");
+  report.check(silent.text("list.exit") == "0", "ssdlife list outlasts it",
+               silent.text("list.stderr"));
+  const ListedDrive* before = silent.find("VM-HANGING");
+  const ListedDrive* after = healed.find("VM-HANGING");
+  report.check(before != nullptr, "it is listed although its statistics never came");
+  report.check(after != nullptr, "it is listed when it answers again");
+  if (before != nullptr && after != nullptr) {
+    comparePeers(*before, healed, Wear::kUnanswered, report);
+    comparePeers(*after, healed, Wear::kSame, report);
   }
 }
 

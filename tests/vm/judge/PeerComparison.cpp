@@ -7,7 +7,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr unsigned kSourceStatistics = 2;
 constexpr unsigned kPowerOnHours = 9;
 constexpr unsigned kSanDiskWear = 230;
 
@@ -68,11 +67,11 @@ void compareIdentity(const ListedDrive& drive, const json& smartctl, Report& rep
 }
 
 void compareAtaWear(const ListedDrive& drive, const json& smartctl, Wear wear, Report& report) {
-  const bool standard = drive.source == kSourceStatistics;
+  const bool standard = drive.source == kSourceStatistic;
   const json indicator = enduranceIndicator(smartctl);
   const std::string peer = standard ? "smartctl devstat" : "smartctl attr 230";
-  const std::string theirs = standard ? at(indicator, "/value")
-                                      : at(attribute(smartctl, kSanDiskWear), "/value");
+  const std::string theirs =
+      standard ? at(indicator, "/value") : at(attribute(smartctl, kSanDiskWear), "/value");
   switch (wear) {
     case Wear::kSame:
       report.compare(drive.serial, "percentage", shownWear(drive), peer, theirs);
@@ -86,13 +85,18 @@ void compareAtaWear(const ListedDrive& drive, const json& smartctl, Wear wear, R
           drive.serial, "percentage",
           drive.percentage && theirs == kNone && at(indicator, "/flags/valid") == "false",
           shownWear(drive), peer, theirs, "used although its valid flag is clear");
+      return;
+    case Wear::kUnanswered:
+      report.compareDeliberate(drive.serial, "percentage", !drive.percentage && theirs != kNone,
+                               shownWear(drive), peer, theirs, "255 without an answer");
   }
 }
 
 void compareAta(const ListedDrive& drive, const Step& peers, Wear wear, Report& report) {
   const json smartctl = peers.json("smartctl/" + drive.drive + ".json");
   compareIdentity(drive, smartctl, report);
-  report.compare(drive.serial, "rotation", "0", "smartctl", at(smartctl, "/rotation_rate"));
+  report.check(at(smartctl, "/rotation_rate") == "0",
+               drive.serial + " is a solid state device to smartctl too");
   report.compare(drive.serial, "hours", std::to_string(drive.hours), "smartctl attr 9",
                  at(attribute(smartctl, kPowerOnHours), "/raw/value"));
   compareAtaWear(drive, smartctl, wear, report);
@@ -118,25 +122,36 @@ void compareNvmeHours(const ListedDrive& drive, const std::string& peer, const s
   }
 }
 
-void compareNvme(const ListedDrive& drive, const Step& peers, Report& report) {
-  const json smartctl = peers.json("smartctl/" + drive.drive + ".json");
+void compareNvmeIdentity(const ListedDrive& drive, const Step& peers, Report& report) {
+  compareIdentity(drive, peers.json("smartctl/" + drive.drive + ".json"), report);
   const json identify = peers.json("nvme/" + drive.drive + ".id-ctrl.json");
-  const json health = peers.json("nvme/" + drive.drive + ".smart-log.json");
-  const json log = pick(smartctl, "/nvme_smart_health_information_log");
-
-  compareIdentity(drive, smartctl, report);
   report.compare(drive.serial, "model", drive.model, "nvme", trimmed(at(identify, "/mn")));
   report.compare(drive.serial, "serial", drive.serial, "nvme", trimmed(at(identify, "/sn")));
   report.compare(drive.serial, "firmware", drive.firmware, "nvme", trimmed(at(identify, "/fr")));
-  report.compare(drive.serial, "percentage", shownWear(drive), "smartctl",
-                 at(log, "/percentage_used"));
-  report.compare(drive.serial, "percentage", shownWear(drive), "nvme",
-                 at(health, "/percent_used"));
+}
+
+void compareNvmeWear(const ListedDrive& drive, Wear wear, const std::string& peer,
+                     const std::string& theirs, Report& report) {
+  if (wear == Wear::kUnknown) {
+    report.compareDeliberate(drive.serial, "percentage", !drive.percentage && theirs == "255",
+                             shownWear(drive), peer, theirs, "255 means not known");
+  } else {
+    report.compare(drive.serial, "percentage", shownWear(drive), peer, theirs);
+  }
+}
+
+void compareNvme(const ListedDrive& drive, const Step& peers, Wear wear, Report& report) {
+  const json smartctl = peers.json("smartctl/" + drive.drive + ".json");
+  const json health = peers.json("nvme/" + drive.drive + ".smart-log.json");
+  const json log = pick(smartctl, "/nvme_smart_health_information_log");
+
+  compareNvmeIdentity(drive, peers, report);
+  compareNvmeWear(drive, wear, "smartctl", at(log, "/percentage_used"), report);
+  compareNvmeWear(drive, wear, "nvme", at(health, "/percent_used"), report);
   // Beyond 64 bits smartctl adds the number as a text; as a JSON number it would be rounded.
-  compareNvmeHours(drive, "smartctl",
-                   at(log, log.contains("power_on_hours_s") ? "/power_on_hours_s"
-                                                            : "/power_on_hours"),
-                   report);
+  compareNvmeHours(
+      drive, "smartctl",
+      at(log, log.contains("power_on_hours_s") ? "/power_on_hours_s" : "/power_on_hours"), report);
   compareNvmeHours(drive, "nvme", at(health, "/power_on_hours"), report);
 }
 
@@ -144,10 +159,19 @@ void compareNvme(const ListedDrive& drive, const Step& peers, Report& report) {
 
 void comparePeers(const ListedDrive& drive, const Step& peers, Wear wear, Report& report) {
   if (drive.drive.rfind("nvme", 0) == 0) {
-    compareNvme(drive, peers, report);
+    compareNvme(drive, peers, wear, report);
   } else {
     compareAta(drive, peers, wear, report);
   }
+}
+
+void compareUnread(const ListedDrive& drive, const Step& peers, Report& report) {
+  compareNvmeIdentity(drive, peers, report);
+  const json health = peers.json("nvme/" + drive.drive + ".smart-log.json");
+  report.compareDeliberate(drive.serial, "percentage", drive.percentage == 0u, shownWear(drive),
+                           "nvme", at(health, "/percent_used"), "0 when it cannot be read");
+  report.compareDeliberate(drive.serial, "hours", drive.hours == 0, std::to_string(drive.hours),
+                           "nvme", at(health, "/power_on_hours"), "0 when they cannot be read");
 }
 
 }  // namespace vm

@@ -9,21 +9,22 @@ namespace vm {
 Step::Step(std::filesystem::path folder) : folder_(std::move(folder)) { readList(); }
 
 void Step::readList() {
-  constexpr unsigned kUnknown = 255;
   const nlohmann::json list = json("list.json");
-  for (const auto& entry : list) {
+  if (!list.contains("drives")) {
+    return;
+  }
+  for (const auto& entry : list.at("drives")) {
     ListedDrive drive;
     drive.model = entry.at("model");
-    drive.serial = entry.at("serial");
+    drive.serial = entry.at("serialNumber");
     drive.firmware = entry.at("firmware");
-    drive.drive = entry.at("drive");
-    drive.hours = entry.at("hours");
-    const auto& percentage = entry.at("percentage");
-    if (!percentage.is_null() && percentage != kUnknown) {
-      drive.percentage = percentage.get<unsigned>();
+    drive.drive = entry.at("physicalDrive");
+    drive.hours = entry.at("poweredOnHours");
+    if (!entry.at("percentageUsed").is_null()) {
+      drive.percentage = entry.at("percentageUsed").get<unsigned>();
     }
-    drive.source = entry.at("source");
-    drive.failing = entry.at("failing");
+    drive.source = entry.at("percentageUsedSource");
+    drive.failing = entry.at("failureImminent");
     drives_.push_back(drive);
   }
 }

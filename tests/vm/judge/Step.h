@@ -5,13 +5,16 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 namespace vm {
+
+// Where a percentage comes from, as the library publishes it.
+constexpr unsigned kSourceStatistic = 2;
+constexpr unsigned kSourceVendorAttribute = 3;
 
 // A drive as `ssdlife list --format json` shows it.
 struct ListedDrive {

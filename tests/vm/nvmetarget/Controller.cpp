@@ -61,18 +61,18 @@ std::vector<std::uint8_t> identifyController(const DriveFile& drive, const std::
   putText(&data[64], 8, drive.text("firmware"));
   putLe(&data[78], kControllerId);
   putLe(&data[80], kVersion);
-  data[111] = 1;                              // an I/O controller
-  putLe<std::uint16_t>(&data[266], 343);      // warning temperature, kelvin
-  putLe<std::uint16_t>(&data[268], 353);      // critical temperature
-  putLe<std::uint16_t>(&data[320], 10);       // keep-alive in steps of a second
-  data[512] = 0x66;                           // queue entries of 64 bytes
-  data[513] = 0x44;                           // and of 16
-  putLe<std::uint16_t>(&data[514], 64);       // outstanding commands
+  data[111] = 1;                          // an I/O controller
+  putLe<std::uint16_t>(&data[266], 343);  // warning temperature, kelvin
+  putLe<std::uint16_t>(&data[268], 353);  // critical temperature
+  putLe<std::uint16_t>(&data[320], 10);   // keep-alive in steps of a second
+  data[512] = 0x66;                       // queue entries of 64 bytes
+  data[513] = 0x44;                       // and of 16
+  putLe<std::uint16_t>(&data[514], 64);   // outstanding commands
   putLe<std::uint32_t>(&data[516], static_cast<std::uint32_t>(drive.number("namespaces", 1)));
   putLe<std::uint32_t>(&data[536], 0x00000001);  // scatter-gather lists
   std::copy(nqn.begin(), nqn.end(), data.begin() + 768);
-  putLe<std::uint32_t>(&data[1792], 4);       // command capsules of 64 bytes
-  putLe<std::uint32_t>(&data[1796], 1);       // response capsules of 16
+  putLe<std::uint32_t>(&data[1792], 4);  // command capsules of 64 bytes
+  putLe<std::uint32_t>(&data[1796], 1);  // response capsules of 16
   return data;
 }
 

@@ -1,10 +1,10 @@
 #include "tests/vm/nvmetarget/Session.h"
 
-#include <algorithm>
-#include <utility>
-
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <utility>
 
 #include "tests/vm/drives/Bytes.h"
 
@@ -107,8 +107,7 @@ bool Session::execute(const NvmeCommand& command, const std::vector<std::uint8_t
   if (!isConnect && controller_ == nullptr) {
     return false;
   }
-  const NvmeAnswer answer =
-      isConnect ? connect(command, data) : controller_->execute(command);
+  const NvmeAnswer answer = isConnect ? connect(command, data) : controller_->execute(command);
   if (answer.none) {
     return true;
   }

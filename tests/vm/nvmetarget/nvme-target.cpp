@@ -1,6 +1,12 @@
 // nvme-target PORT FOLDER: an NVMe/TCP target on the loopback address, for tests. Each file of the
 // folder describes a controller; the subsystem's name ends in ":" and the file's name. Goes to the
 // background once it listens, so that its caller may connect when it has returned.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -9,12 +15,6 @@
 #include <exception>
 #include <string>
 #include <thread>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include "tests/vm/nvmetarget/Session.h"
 
