@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "host/ClassDeclaration.h"
 #include "host/Instance.h"
 #include "host/Journal.h"
 #include "host/ObjectPath.h"
@@ -36,6 +37,9 @@ struct BrokerOptions {
   std::vector<NamedValue> contextEntries = {{"CMPIInvocationFlags", Value::uint32(0)},
                                             {"CMPIPrincipal", Value::string("root")}};
   UnknownCaller newThreadFromUnknown = UnknownCaller::kServed;
+  // Properties set on instances of these classes are checked: another type is refused, a property
+  // that the class does not have is silently dropped.
+  std::vector<ClassDeclaration> checkedClasses = {};
   bool journal = true;  // keep a record of every call; it grows until it is cleared
 };
 

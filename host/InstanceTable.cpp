@@ -11,6 +11,26 @@ CMPIInstance* clone(const CMPIInstance* self, CMPIStatus* rc) {
                                      [](const InstanceObject& object) { return object.instance; });
 }
 
+// What the instance's class, where the broker checks it, says to a property.
+enum class Fit { kFits, kOtherType, kUnknown };
+
+Fit fitOf(const InstanceObject& object, const NamedValue& set) {
+  for (const ClassDeclaration& declared : object.broker().options.checkedClasses) {
+    if (!sameName(declared.className, object.instance.path.className)) {
+      continue;
+    }
+    const auto property =
+        std::find_if(declared.properties.begin(), declared.properties.end(),
+                     [&](const auto& known) { return sameName(known.first, set.name); });
+    if (property == declared.properties.end()) {
+      return Fit::kUnknown;
+    }
+    const CMPIType type = set.value.type() == CMPI_chars ? CMPI_string : set.value.type();
+    return type == property->second ? Fit::kFits : Fit::kOtherType;
+  }
+  return Fit::kFits;
+}
+
 CMPIStatus setProperty(const CMPIInstance* self, const char* name, const CMPIValue* value,
                        CMPIType type) {
   auto& object = objectOf<InstanceObject>(self);
@@ -23,8 +43,12 @@ CMPIStatus setProperty(const CMPIInstance* self, const char* name, const CMPIVal
     return {name == nullptr ? CMPI_RC_ERR_INVALID_PARAMETER : CMPI_RC_ERR_INVALID_DATA_TYPE,
             nullptr};
   }
-  object.instance.properties.push_back({name, *set});
-  return {CMPI_RC_OK, nullptr};
+  const NamedValue property{name, *set};
+  const Fit fit = fitOf(object, property);
+  if (fit == Fit::kFits) {
+    object.instance.properties.push_back(property);
+  }
+  return {fit == Fit::kOtherType ? CMPI_RC_ERR_INVALID_DATA_TYPE : CMPI_RC_OK, nullptr};
 }
 
 // Characters are a way to set a string: what is read is a string.

@@ -69,7 +69,9 @@ class PropertyPointers {
 
 const char* ownerOf(const Filter& filter) { return filter.owner ? filter.owner->c_str() : nullptr; }
 
-ObjectPath pathOf(const Filter& filter) { return {filter.nameSpace, filter.className}; }
+ObjectPath pathOf(const Filter& filter) {
+  return {filter.nameSpace, filter.pathClass.value_or(filter.className)};
+}
 
 // The slot without the result that newer headers give it: it is called with these five arguments
 // whatever the headers say, as all brokers do.
@@ -293,11 +295,20 @@ bool Provider::unload() {
     library_.keep();
     throw HostError("a thread of " + library_.path() + " does not end; the library stays loaded");
   }
+  forget();
+  return library_.close();
+}
+
+void Provider::leaveLoaded() {
+  forget();
+  library_.keep();
+}
+
+void Provider::forget() {
   instanceMI_ = nullptr;
   indicationMI_ = nullptr;
   openInstanceMIs_ = 0;
   openIndicationMIs_ = 0;
-  return library_.close();
 }
 
 }  // namespace cmpihost

@@ -23,12 +23,14 @@ struct Reply {
   unsigned doneCalls = 0;  // how often it said that it was done; once is right
 };
 
-// A subscription as it reaches a provider.
+// A subscription as it reaches a provider. The class is that of the query; some managers give
+// another one in the path.
 struct Filter {
   std::string className;
   std::string nameSpace = "root/cimv2";
   std::string query = "SELECT * FROM " + className;
   std::optional<std::string> owner = {};
+  std::optional<std::string> pathClass = {};
 };
 
 // The properties that a client asks for; nothing for all.
@@ -95,10 +97,14 @@ class Provider {
   // Cleans up what was created and not cleaned up, indications first, then unloads.
   bool close();
 
+  // Forgets the MIs and leaves the library in the process for good.
+  void leaveLoaded();
+
   // The address of an exported name of the library. Throws HostError.
   void* symbol(const std::string& name) const { return library_.symbol(name); }
 
  private:
+  void forget();
   CMPIInstanceMI* neededInstanceMI();
   CMPIIndicationMI* neededIndicationMI();
 

@@ -5,7 +5,7 @@
 namespace ssdlife {
 
 ExitCode get(const Options& options, const std::string& library, const OwnOutput& output) {
-  SsdClient client(library);
+  SsdClient client(library, options.like);
   output.out(showDrive(client.get(options.deviceId), options.format));
   client.close();
   return ExitCode::kOk;

@@ -5,7 +5,7 @@
 namespace ssdlife {
 
 ExitCode list(const Options& options, const std::string& library, const OwnOutput& output) {
-  SsdClient client(library);
+  SsdClient client(library, options.like);
   output.out(showDrives(client.list(), options.format));
   client.close();
   return ExitCode::kOk;

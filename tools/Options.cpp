@@ -1,15 +1,24 @@
 #include "tools/Options.h"
 
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <iostream>
-#include <map>
+#include <string>
+#include <vector>
 
+#include "host/Personality.h"
 #include "tools/Failure.h"
 
 namespace ssdlife {
 namespace {
 
-const std::map<std::string, Format> kFormats = {{"table", Format::kTable}, {"json", Format::kJson}};
+// Text in, empty out if it is fine, else what is wrong with it.
+std::string positiveNumber(const std::string& text) {
+  double number = 0;
+  const bool positive =
+      CLI::detail::lexical_cast(text, number) && std::isfinite(number) && number > 0;
+  return positive ? "" : text + " is not a positive number";
+}
 
 void addGlobalOptions(CLI::App& app, Options& options) {
   app.add_option("--library", options.library,
@@ -18,9 +27,16 @@ void addGlobalOptions(CLI::App& app, Options& options) {
   app.add_option("--machine", options.machine,
                  "Show the simulated machine of this file instead of the real one")
       ->type_name("FILE");
-  app.add_option("--format", options.format, "table or json (default: table)")
-      ->transform(CLI::CheckedTransformer(kFormats).description(""))
+  const auto takeFormat = [&options](const std::string& name) {
+    options.format = name == "json" ? Format::kJson : Format::kTable;
+  };
+  app.add_option_function<std::string>("--format", takeFormat, "table or json (default: table)")
+      ->check(CLI::IsMember({"table", "json"}).description(""))
       ->type_name("FORMAT");
+  app.add_option("--like", options.like,
+                 "Ask as this object manager would: plain, sfcb, pegasus or strict")
+      ->check(CLI::IsMember(cmpihost::personalityNames()).description(""))
+      ->type_name("MANAGER");
   app.add_flag("--show-library-output", options.showLibraryOutput,
                "Let through what the library itself writes to standard output and error");
   app.set_version_flag("--version", std::string("ssdlife " SSDLIFE_VERSION));
@@ -44,14 +60,19 @@ void addCommands(CLI::App& app, Options& options) {
       add("watch", Command::kWatch, "Wait for SSDs whose failure becomes imminent");
   watch->add_option("--count", options.count, "End after so many indications")
       ->type_name("N")
-      ->check(CLI::PositiveNumber.description(""));
+      ->check(CLI::Validator(positiveNumber, ""));
   watch->add_option("--for", options.seconds, "End after so many seconds")
       ->type_name("SECONDS")
-      ->check(CLI::PositiveNumber.description(""));
+      ->check(CLI::Validator(positiveNumber, ""));
 }
 
 // One line, whatever the parser has to say.
-std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
+std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> rest = app.remaining();
+  const std::string text = error.what();
+  return app.get_subcommands().empty() && !rest.empty() ? "unknown command: " + rest.front()
+                                                        : text.substr(0, text.find('\n'));
+}
 
 }  // namespace
 
@@ -67,7 +88,7 @@ std::optional<Options> readCommandLine(int argc, char** argv) {
     app.exit(answered, std::cout, std::cerr);
     return std::nullopt;
   } catch (const CLI::ParseError& error) {
-    throw Failure(ExitCode::kUsage, firstLine(error.what()) + " (see ssdlife --help)");
+    throw Failure(ExitCode::kUsage, complaint(app, error) + " (see ssdlife --help)");
   }
   return options;
 }

@@ -12,8 +12,9 @@ enum class Command { kList, kNames, kGet, kWatch };
 struct Options {
   Command command = Command::kList;
   Format format = Format::kTable;
-  std::string library;  // empty: the one that belongs to this command
-  std::string machine;  // empty: this machine
+  std::string library;         // empty: the one that belongs to this command
+  std::string machine;         // empty: this machine
+  std::string like = "plain";  // the object manager that is played
   bool showLibraryOutput = false;
 
   std::string deviceId;           // get

@@ -22,11 +22,38 @@ ObjectPath drivesPath() { return {"root/cimv2", "KAV_SSDLifeMonitor"}; }
 
 cmpihost::Filter failureFilter() { return {"KAV_SSDLifeMonitorFailureImminent"}; }
 
-cmpihost::BrokerOptions brokerOptions() {
-  cmpihost::BrokerOptions options;
-  options.name = "ssdlife";
-  options.journal = false;
-  return options;
+// What the schema declares, for managers that look at it.
+std::vector<cmpihost::ClassDeclaration> classes() {
+  return {{"root/cimv2",
+           "KAV_SSDLifeMonitor",
+           "",
+           {{"Caption", CMPI_string},
+            {"CreationClassName", CMPI_string},
+            {"Description", CMPI_string},
+            {"DeviceID", CMPI_string},
+            {"DriveFirmwareVersion", CMPI_string},
+            {"DriveModel", CMPI_string},
+            {"DriveSerialNumber", CMPI_string},
+            {"PhysicalDrive", CMPI_string},
+            {"PoweredOnHours", CMPI_uint64},
+            {"PercentageUsed", CMPI_uint8},
+            {"PercentageUsedSource", CMPI_uint8},
+            {"FailureImminent", CMPI_boolean},
+            {"SystemCreationClassName", CMPI_string},
+            {"SystemName", CMPI_string}}},
+          {"root/cimv2",
+           "KAV_SSDLifeMonitorFailureImminent",
+           "CIM_ProcessIndication",
+           {{"DeviceID", CMPI_string},
+            {"PhysicalDrive", CMPI_string},
+            {"IndicationTime", CMPI_dateTime}}}};
+}
+
+cmpihost::Personality personality(const std::string& like) {
+  cmpihost::Personality chosen = cmpihost::personalityOf(like);
+  // A watch runs for weeks.
+  chosen.broker.journal = false;
+  return chosen;
 }
 
 // What the library can't do because of what it is, rather than because of the machine.
@@ -66,12 +93,13 @@ constexpr const char* kNoDrive = "no SSD found, or none that could be read";
 
 }  // namespace
 
-SsdClient::SsdClient(const std::string& library)
-    : broker_(brokerOptions()),
-      provider_(withLibrary([&] { return cmpihost::Provider(broker_, library, kPrefix); })) {}
+SsdClient::SsdClient(const std::string& library, const std::string& like)
+    : manager_(withLibrary([&] {
+        return cmpihost::ObjectManager(personality(like), classes(), library, kPrefix);
+      })) {}
 
 std::vector<Drive> SsdClient::list() {
-  const Reply reply = withLibrary([&] { return provider_.enumerateInstances(drivesPath()); });
+  const Reply reply = withLibrary([&] { return manager_.enumerateInstances(drivesPath()); });
   require(reply.status, kNoDrive);
   requireSome(reply.instances.empty(), kNoDrive);
   std::vector<Drive> drives;
@@ -81,7 +109,7 @@ std::vector<Drive> SsdClient::list() {
 }
 
 std::vector<std::string> SsdClient::names() {
-  const Reply reply = withLibrary([&] { return provider_.enumerateInstanceNames(drivesPath()); });
+  const Reply reply = withLibrary([&] { return manager_.enumerateInstanceNames(drivesPath()); });
   require(reply.status, kNoDrive);
   requireSome(reply.paths.empty(), kNoDrive);
   std::vector<std::string> names;
@@ -94,7 +122,7 @@ std::vector<std::string> SsdClient::names() {
 
 Drive SsdClient::get(const std::string& deviceId) {
   const ObjectPath path = drivesPath().withKey(kKey, cmpihost::Value::string(deviceId));
-  const Reply reply = withLibrary([&] { return provider_.getInstance(path); });
+  const Reply reply = withLibrary([&] { return manager_.getInstance(path); });
   const std::string none =
       "no SSD whose DeviceID begins with \"" + deviceId + "\", or none that could be read";
   require(reply.status, none);
@@ -103,25 +131,18 @@ Drive SsdClient::get(const std::string& deviceId) {
 }
 
 void SsdClient::subscribe(std::function<void(const FailureEvent&)> sink) {
-  broker_.onIndication([sink = std::move(sink)](const cmpihost::Indication& indication) {
+  manager_.broker().onIndication([sink = std::move(sink)](const cmpihost::Indication& indication) {
     sink(failureEventOf(indication));
   });
-  withLibrary([&] {
-    require(provider_.authorizeFilter(failureFilter()), kRefused);
-    require(provider_.activateFilter(failureFilter(), 1), kRefused);
-    provider_.enableIndications();
-  });
+  withLibrary([&] { require(manager_.subscribe(failureFilter()), kRefused); });
 }
 
 void SsdClient::unsubscribe() {
-  withLibrary([&] {
-    require(provider_.deActivateFilter(failureFilter(), 1), kRefused);
-    provider_.disableIndications();
-  });
+  withLibrary([&] { require(manager_.unsubscribe(failureFilter()), kRefused); });
 }
 
 void SsdClient::close() {
-  withLibrary([&] { provider_.close(); });
+  withLibrary([&] { manager_.stop(); });
 }
 
 }  // namespace ssdlife

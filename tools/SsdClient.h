@@ -4,8 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Broker.h"
-#include "host/Provider.h"
+#include "host/ObjectManager.h"
 #include "tools/Drive.h"
 
 namespace ssdlife {
@@ -14,7 +13,8 @@ namespace ssdlife {
 // for the user, when the library or the machine has no answer. For one thread.
 class SsdClient {
  public:
-  explicit SsdClient(const std::string& library);
+  // `like`: the object manager that is to be played to the library, "plain" for none.
+  SsdClient(const std::string& library, const std::string& like);
 
   std::vector<Drive> list();
 
@@ -32,8 +32,7 @@ class SsdClient {
   void close();
 
  private:
-  cmpihost::Broker broker_;
-  cmpihost::Provider provider_;
+  cmpihost::ObjectManager manager_;
 };
 
 }  // namespace ssdlife

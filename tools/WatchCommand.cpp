@@ -77,7 +77,7 @@ ExitCode watch(const Options& options, const std::string& library, const OwnOutp
   // Both before the client: its threads must not get the signals, and deliver into the inbox.
   const WakeUps wakeUps;
   Inbox inbox(wakeUps);
-  SsdClient client(library);
+  SsdClient client(library, options.like);
   client.subscribe([&inbox](const FailureEvent& event) { inbox.put(event); });
   output.error("watching; Ctrl-C ends it");
   const ExitCode result = showEvents(options, output, wakeUps, inbox);
