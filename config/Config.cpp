@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "base/KeyValueFile.h"
+#include "base/UniqueFile.h"
 #include "log/Log.h"
 
 namespace {
@@ -86,17 +87,16 @@ void Config::readIniFile() {
   }};
 
   std::fprintf(stderr, "trying to open config: %s\n", kConfigPath);
-  std::FILE* file = std::fopen(kConfigPath, "r");
+  const UniqueFile file(std::fopen(kConfigPath, "r"));
   if (file == nullptr) {
     return;
   }
   std::fprintf(stderr, "opened config: %s\n", kConfigPath);
-  readKeyValueLines(file, kNoValue, [this](std::string_view name, const std::string& value) {
+  readKeyValueLines(file.get(), kNoValue, [this](std::string_view name, const std::string& value) {
     const auto* key = std::find_if(kKeys.begin(), kKeys.end(),
                                    [name](const Key& known) { return known.name == name; });
     if (key != kKeys.end()) {
       key->set(this->*key->setting, value);
     }
   });
-  std::fclose(file);
 }
