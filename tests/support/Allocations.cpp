@@ -9,12 +9,13 @@ namespace {
 
 constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 
+thread_local int exempt = 0;
 thread_local std::size_t made = 0;
 thread_local std::size_t refusedNothrowSize = kNever;
 thread_local std::size_t refusedNumber = kNever;
 
 void* take(std::size_t size) {
-  if (made++ == refusedNumber) {
+  if (exempt == 0 && made++ == refusedNumber) {
     errno = ENOMEM;
     return nullptr;
   }
@@ -30,7 +31,7 @@ void* takeOrThrow(std::size_t size) {
 }
 
 void* takeOrNull(std::size_t size) {
-  if (size == refusedNothrowSize) {
+  if (exempt == 0 && size == refusedNothrowSize) {
     errno = ENOMEM;
     return nullptr;
   }
@@ -51,6 +52,9 @@ void refuseNone() {
   refusedNothrowSize = kNever;
   refusedNumber = kNever;
 }
+
+Exempt::Exempt() { ++exempt; }
+Exempt::~Exempt() { --exempt; }
 
 }  // namespace testkit::allocations
 

@@ -17,4 +17,14 @@ void refuseAfter(std::size_t skipped);
 
 void refuseNone();
 
+/// Leaves uncounted and unrefused what this thread takes while the object lives: what a double of
+/// the system needs for itself.
+class Exempt {
+ public:
+  Exempt();
+  ~Exempt();
+  Exempt(const Exempt&) = delete;
+  Exempt& operator=(const Exempt&) = delete;
+};
+
 }  // namespace testkit::allocations

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include "tests/support/Allocations.h"
 #include "tests/support/FakeKernel.h"
 #include "tests/support/FakeThreads.h"
 #include "tests/support/RealCalls.h"
@@ -10,10 +11,12 @@
 
 using testkit::FakeKernel;
 using testkit::FakeThreads;
+using testkit::allocations::Exempt;
 
 extern "C" {
 
 int __wrap_open(const char* path, int flags, ...) {
+  const Exempt exempt;
   if (FakeKernel::ownsPath(path)) {
     return FakeKernel::instance().open(path, flags);
   }
@@ -25,10 +28,12 @@ int __wrap_open(const char* path, int flags, ...) {
 }
 
 int __wrap_close(int fd) {
+  const Exempt exempt;
   return FakeKernel::ownsDescriptor(fd) ? FakeKernel::instance().close(fd) : __real_close(fd);
 }
 
 int __wrap_fcntl(int fd, int command, ...) {
+  const Exempt exempt;
   std::va_list arguments;
   va_start(arguments, command);
   void* argument = va_arg(arguments, void*);
@@ -41,6 +46,7 @@ int __wrap_fcntl(int fd, int command, ...) {
 }
 
 int __wrap_ioctl(int fd, unsigned long request, ...) {
+  const Exempt exempt;
   std::va_list arguments;
   va_start(arguments, request);
   void* argument = va_arg(arguments, void*);
@@ -51,10 +57,12 @@ int __wrap_ioctl(int fd, unsigned long request, ...) {
 
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*start)(void*), void* argument) {
+  const Exempt exempt;
   return FakeThreads::instance().create(thread, attributes, start, argument);
 }
 
 int __wrap_pthread_join(pthread_t thread, void** result) {
+  const Exempt exempt;
   return FakeThreads::instance().join(thread, result);
 }
 
