@@ -142,6 +142,8 @@ bool SmartIo::getIdentifyNVMeData(const std::string& path, IdentifyData& identif
     return false;
   }
 
+  // The drive has answered everything: from here on the node is closed, even if memory runs out.
+  const UniqueFd node(fd);
   using namespace nvme::controller;
   identify.identifySource |= IDENTIFIED_BY_NVME;
   identify.model = Utils::trimmedField(data.data(), kModelOffset, kModelLength);
@@ -151,6 +153,5 @@ bool SmartIo::getIdentifyNVMeData(const std::string& path, IdentifyData& identif
   Log(LOG_LEVEL_DEBUG, "Serial Number: %s", identify.serialNumber.c_str());
   identify.firmwareVersion = Utils::trimmedField(data.data(), kFirmwareOffset, kFirmwareLength);
   Log(LOG_LEVEL_DEBUG, "Firmware Version: %s", identify.firmwareVersion.c_str());
-  close(fd);
   return true;
 }
