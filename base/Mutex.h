@@ -16,7 +16,8 @@ class VEKSSD_CAPABILITY("mutex") Mutex {
   void unlock() VEKSSD_RELEASE() { pthread_mutex_unlock(&mutex_); }
 
  private:
-  pthread_mutex_t mutex_;
+  /// Usable even if pthread_mutex_init fails.
+  pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
 };
 
 /// Holds a Mutex for the life of a scope.
@@ -44,7 +45,8 @@ class VEKSSD_CAPABILITY("shared mutex") SharedMutex {
   void unlock() VEKSSD_RELEASE_GENERIC() { pthread_rwlock_unlock(&lock_); }
 
  private:
-  pthread_rwlock_t lock_;
+  /// Usable even if pthread_rwlock_init fails.
+  pthread_rwlock_t lock_ = PTHREAD_RWLOCK_INITIALIZER;
 };
 
 /// Holds a SharedMutex as one of its readers for the life of a scope.
