@@ -1,0 +1,57 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/Broker.h"
+#include "host/Provider.h"
+#include "tests/fault/Machine.h"
+
+namespace fault {
+
+/// A till: a machine with three kinds of drive, an object manager, and the built library in it.
+class Till {
+ public:
+  Till();
+  ~Till();
+  Till(const Till&) = delete;
+  Till& operator=(const Till&) = delete;
+
+  static std::string library();
+
+  Machine machine;
+  cmpihost::Broker broker;
+
+  void load();
+  bool loaded() const { return provider_ != nullptr; }
+  /// Both factories, as an object manager calls them.
+  void start();
+  /// Waits for what still runs and gives the library up: true if it has left the process.
+  bool unload();
+  cmpihost::Provider& provider() { return *provider_; }
+
+  cmpihost::Reply names();
+  cmpihost::Reply list();
+  cmpihost::Reply get(const std::string& deviceId);
+
+  /// The codes of authorizeFilter, mustPoll and activateFilter.
+  std::vector<CMPIrc> subscribe();
+  /// The codes of deActivateFilter and of both clean-ups.
+  std::vector<CMPIrc> cleanUp();
+
+  /// The values of all drives: each has its own, and another in every generation.
+  void setGeneration(unsigned generation);
+
+  /// Device identifiers of the indications that came since the last call.
+  std::vector<std::string> takeIndications();
+
+ private:
+  std::unique_ptr<cmpihost::Provider> provider_;
+};
+
+constexpr char kNamespace[] = "root/cimv2";
+constexpr char kClass[] = "KAV_SSDLifeMonitor";
+constexpr char kIndicationClass[] = "KAV_SSDLifeMonitorFailureImminent";
+
+}  // namespace fault
