@@ -2,6 +2,7 @@
 // a thread of its own when a test says so. What it was asked can be read back.
 #include <cmpi/cmpimacs.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <mutex>
@@ -12,7 +13,9 @@ namespace {
 
 const CMPIBroker* theBroker = nullptr;
 CMPIContext* indicationContext = nullptr;
-bool enabled = false;
+std::atomic<bool> enabled{false};
+std::atomic<long> cleanupTime{0};
+std::mutex contextMutex;
 std::mutex mutex;
 std::string asked;
 
@@ -58,6 +61,8 @@ CMPIInstance* gauge(const char* name, CMPIUint8 level) {
 
 CMPIStatus instanceCleanup(CMPIInstanceMI*, const CMPIContext*, CMPIBoolean terminating) {
   note("instance cleanup " + std::to_string(terminating));
+  // Only once: the clean-ups that follow are quick.
+  std::this_thread::sleep_for(std::chrono::milliseconds(cleanupTime.exchange(0)));
   return status(terminating != 0 ? CMPI_RC_OK : CMPI_RC_DO_NOT_UNLOAD);
 }
 
@@ -138,6 +143,7 @@ CMPIStatus execQuery(CMPIInstanceMI*, const CMPIContext*, const CMPIResult*,
 
 CMPIStatus indicationCleanup(CMPIIndicationMI*, const CMPIContext*, CMPIBoolean terminating) {
   note("indication cleanup " + std::to_string(terminating));
+  const std::lock_guard lock(contextMutex);
   if (terminating != 0 && indicationContext != nullptr) {
     CMRelease(indicationContext);
     indicationContext = nullptr;
@@ -298,4 +304,9 @@ CMPI_EXTERN_C CMPI_EXPORT const char* sampleWasAsked() {
 CMPI_EXTERN_C CMPI_EXPORT void* sampleAlarm(long milliseconds) {
   return enabled ? theBroker->xft->newThread(sendAlarm, reinterpret_cast<void*>(milliseconds), 1)
                  : nullptr;
+}
+
+// The next clean-up of the instance MI takes that long.
+CMPI_EXTERN_C CMPI_EXPORT void sampleCleansUpSlowly(long milliseconds) {
+  cleanupTime = milliseconds;
 }

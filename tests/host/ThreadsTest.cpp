@@ -37,8 +37,8 @@ struct Held {
 };
 
 TEST(BrokerThreads, AJoinedThreadGivesItsResult) {
-  Broker broker;
   Held held;
+  Broker broker;
   void* const thread = broker.cmpi()->xft->newThread(Held::run, &held, 0);
   ASSERT_NE(thread, nullptr);
   held.go = true;
@@ -49,8 +49,8 @@ TEST(BrokerThreads, AJoinedThreadGivesItsResult) {
 }
 
 TEST(BrokerThreads, ADetachedThreadCannotBeJoinedButIsWaitedFor) {
-  Broker broker;
   Held held;
+  Broker broker;
   void* const thread = broker.cmpi()->xft->newThread(Held::run, &held, 1);
   EXPECT_EQ(broker.cmpi()->xft->joinThread(thread, nullptr), EINVAL);
   EXPECT_FALSE(broker.waitForThreads(10ms));
@@ -99,8 +99,8 @@ TEST(BrokerThreads, ObjectsOfAThreadThatTheBrokerStartedGoWithIt) {
 }
 
 TEST(BrokerThreads, AFailingNewThreadStartsNothingAndANullAnswerStartsItAllTheSame) {
-  Broker broker;
   Held held;
+  Broker broker;
   held.go = true;
   broker.failCall("newThread", 1, CMPI_RC_ERR_FAILED);
   EXPECT_EQ(broker.cmpi()->xft->newThread(Held::run, &held, 1), nullptr);
@@ -113,8 +113,8 @@ TEST(BrokerThreads, AFailingNewThreadStartsNothingAndANullAnswerStartsItAllTheSa
 }
 
 TEST(BrokerThreads, AJoinCanBeMadeToFail) {
-  Broker broker;
   Held held;
+  Broker broker;
   held.go = true;
   void* const thread = broker.cmpi()->xft->newThread(Held::run, &held, 0);
   broker.failCall("joinThread", 1, CMPI_RC_ERR_FAILED);
@@ -131,16 +131,16 @@ BrokerOptions with(UnknownCaller policy) {
 }
 
 TEST(UnknownCallers, AreServedUnlessTheBrokerIsToldOtherwise) {
-  Broker broker;
   Held held;
+  Broker broker;
   held.go = true;
   EXPECT_NE(broker.cmpi()->xft->newThread(Held::run, &held, 1), nullptr);
 }
 
 TEST(UnknownCallers, AreRefusedUntilTheyAreAttached) {
+  Held held;
   Broker broker(with(UnknownCaller::kRefused));
   const CMPIBroker* const mb = broker.cmpi();
-  Held held;
   held.go = true;
   EXPECT_EQ(mb->xft->newThread(Held::run, &held, 1), nullptr);
   EXPECT_EQ(broker.journal().violations().size(), 1U);
@@ -178,8 +178,8 @@ TEST(UnknownCallersDeathTest, EndTheProcessOfAStrictBroker) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(
       {
-        Broker broker(with(UnknownCaller::kAborts));
         Held held;
+        Broker broker(with(UnknownCaller::kAborts));
         broker.cmpi()->xft->newThread(Held::run, &held, 1);
       },
       "cmpihost: newThread from a thread that the broker does not know");
@@ -188,11 +188,11 @@ TEST(UnknownCallersDeathTest, EndTheProcessOfAStrictBroker) {
 // ---- Several brokers --------------------------------------------------------------------------
 
 TEST(Brokers, EachKeepsItsOwnThreadsAndOneTooManyIsRefused) {
+  Held held;
   std::vector<std::unique_ptr<Broker>> brokers;
   for (std::size_t i = 0; i < Broker::kMaxBrokers; ++i) {
     brokers.push_back(std::make_unique<Broker>());
   }
-  Held held;
   brokers[5]->cmpi()->xft->newThread(Held::run, &held, 1);
   EXPECT_TRUE(brokers[4]->waitForThreads(0ms));
   EXPECT_FALSE(brokers[5]->waitForThreads(0ms));

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -145,6 +146,15 @@ struct Refusal {
   const char* line;
 };
 
+// "listOnNone" in the name of the test.
+std::string nameOf(const Refusal& refusal) {
+  std::string ssds = refusal.ssds;
+  ssds[0] = static_cast<char>(std::toupper(ssds[0]));
+  return refusal.arguments.front() + "On" + ssds;
+}
+
+void PrintTo(const Refusal& refusal, std::ostream* out) { *out << nameOf(refusal); }
+
 class RefusedCommand : public Command, public testing::WithParamInterface<Refusal> {};
 
 TEST_P(RefusedCommand, SaysWhyInOneLine) {
@@ -177,7 +187,8 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"unstarted", {"names"}, 5, kNotStarted},
         Refusal{"unstarted", {"get", "x"}, 5, kNotStarted},
         Refusal{"unstarted", {"watch"}, 5, kNotStarted}, Refusal{"refused", {"list"}, 1, kDenied},
-        Refusal{"refused", {"watch"}, 1, kDenied}));
+        Refusal{"refused", {"watch"}, 1, kDenied}),
+    [](const auto& test) { return nameOf(test.param); });
 
 TEST_F(Command, AMissingLibraryIsNamed) {
   CommandRun run({"list", "--library", "/nowhere/libnone.so"});
@@ -276,6 +287,22 @@ TEST_F(Command, ASimulatorThatCannotBePreloadedIsNotTakenForOne) {
   EXPECT_EQ(run.start().exitStatus(), 78);
   EXPECT_NE(run.error().find("ssdlife: the simulator could not be preloaded: "), std::string::npos);
   EXPECT_EQ(run.output(), "");
+}
+
+// ---- Object managers --------------------------------------------------------------------------
+
+TEST_F(Command, PlaysAnObjectManager) {
+  for (const char* const manager : {"plain", "sfcb", "pegasus", "strict"}) {
+    std::filesystem::remove(journal());
+    CommandRun run(onFakeLibrary({"watch", "--count", "1", "--like", manager}));
+    EXPECT_EQ(run.with("FAKE_EVENTS", "1").with("FAKE_JOURNAL", journal()).start().exitStatus(), 0);
+    EXPECT_EQ(run.output().find("2024-02-29T12:34:56.000042Z  failure imminent"), 0U) << manager;
+    const bool asks = std::string(manager) != "pegasus";
+    EXPECT_EQ(journalText().find("authorize") != std::string::npos, asks) << manager;
+    EXPECT_NE(journalText().find("unloaded\n"), std::string::npos) << manager;
+  }
+  CommandRun unknown(onFakeLibrary({"list", "--like", "openwbem"}));
+  EXPECT_EQ(unknown.start().exitStatus(), 2);
 }
 
 // ---- Watching ---------------------------------------------------------------------------------
