@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <utility>
 
 #include "simulator/NvmeFormat.h"
@@ -66,8 +65,8 @@ Reply NvmeDrive::admin(const DriveRequest& request, const Circumstances& circums
               std::min(circumstances.fault.data.size(), data.size()), data.begin());
   if (command->addr != 0) {
     // The address travels as a number in the kernel's structure.
-    std::memcpy(reinterpret_cast<void*>(static_cast<std::uintptr_t>(command->addr)), data.data(),
-                std::min<std::size_t>(data.size(), command->data_len));
+    std::copy_n(data.begin(), std::min<std::size_t>(data.size(), command->data_len),
+                reinterpret_cast<std::uint8_t*>(static_cast<std::uintptr_t>(command->addr)));
   }
   return Reply::ok();
 }

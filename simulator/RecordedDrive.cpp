@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <utility>
 
 #include "simulator/AtaFormat.h"
@@ -40,8 +39,8 @@ void playSgIo(const RecordedAnswer& answer, sg_io_hdr_t& header) {
 void playNvme(const RecordedAnswer& answer, nvme_admin_cmd& command) {
   command.result = answer.nvmeResult;
   if (command.addr != 0) {
-    std::memcpy(reinterpret_cast<void*>(static_cast<std::uintptr_t>(command.addr)),
-                answer.data.data(), std::min<std::size_t>(answer.data.size(), command.data_len));
+    std::copy_n(answer.data.begin(), std::min<std::size_t>(answer.data.size(), command.data_len),
+                reinterpret_cast<std::uint8_t*>(static_cast<std::uintptr_t>(command.addr)));
   }
 }
 

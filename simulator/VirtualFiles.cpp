@@ -46,6 +46,11 @@ std::string tidyPath(std::string_view path) {
 
 VirtualFiles::VirtualFiles(Directories directories) : directories_(std::move(directories)) {
   nothing_.error = ENOENT;
+  // The names that are sure to be asked for; others are added when they are.
+  for (const char* path :
+       {"/etc/ssddrv/log.conf", "/etc/ssddrv/ssddrv.ini", "/var/log/ssddrv/ssddrv.log"}) {
+    findRedirected(path);
+  }
 }
 
 VirtualFiles::~VirtualFiles() {

@@ -30,6 +30,7 @@ void findFiles() {
   find(functions.lstat, "lstat");
   find(functions.fstat, "fstat");
   find(functions.fstatat, "fstatat");
+  find(functions.statx, "statx");
 }
 
 void findAll() {

@@ -29,6 +29,7 @@ struct Real {
   int (*lstat)(const char*, struct stat*);
   int (*fstat)(int, struct stat*);
   int (*fstatat)(int, const char*, struct stat*, int);
+  int (*statx)(int, const char*, int, unsigned, struct statx*);
   DIR* (*opendir)(const char*);
   dirent* (*readdir)(DIR*);
   void (*rewinddir)(DIR*);

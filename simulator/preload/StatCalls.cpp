@@ -24,9 +24,9 @@ void fill(const VirtualFile& file, struct stat* status) {
   switch (file.kind) {
     case VirtualFile::Kind::device: {
       const std::string& node = file.drive->node();
-      const unsigned major = node.compare(0, 2, "sd") == 0 ? kDiskMajor : kNvmeMajor;
+      const unsigned majorNumber = node.compare(0, 2, "sd") == 0 ? kDiskMajor : kNvmeMajor;
       status->st_mode = isController(node) ? S_IFCHR | 0600U : S_IFBLK | 0660U;
-      status->st_rdev = makedev(major, 0);
+      status->st_rdev = makedev(majorNumber, 0);
       break;
     }
     case VirtualFile::Kind::directory:
@@ -77,6 +77,29 @@ int statFrom(int directory, const char* path, struct stat* status, int flags) {
   const VirtualFile* file = fileAt(session(), path);
   return file == nullptr ? real().fstatat(directory, path, status, flags)
                          : statFile(*file, (flags & AT_SYMLINK_NOFOLLOW) == 0, status);
+}
+
+int extendedFrom(int directory, const char* path, int flags, unsigned mask, struct statx* status) {
+  const VirtualFile* file = fileAt(session(), path);
+  if (file == nullptr) {
+    return real().statx(directory, path, flags, mask, status);
+  }
+  if (file->kind == VirtualFile::Kind::elsewhere) {
+    return real().statx(directory, file->realPath.c_str(), flags, mask, status);
+  }
+  struct stat plain {};
+  if (statFile(*file, true, &plain) != 0) {
+    return -1;
+  }
+  *status = {};
+  status->stx_mask = STATX_BASIC_STATS;
+  status->stx_nlink = 1;
+  status->stx_blksize = static_cast<std::uint32_t>(plain.st_blksize);
+  status->stx_mode = static_cast<std::uint16_t>(plain.st_mode);
+  status->stx_size = static_cast<std::uint64_t>(plain.st_size);
+  status->stx_rdev_major = major(plain.st_rdev);
+  status->stx_rdev_minor = minor(plain.st_rdev);
+  return 0;
 }
 
 // The two structures are one on this architecture.
@@ -136,6 +159,11 @@ VEKSSD_INTERPOSED int fstatat(int directory, const char* path, struct stat* stat
 VEKSSD_INTERPOSED int fstatat64(int directory, const char* path, struct stat64* status,
                                 int flags) noexcept {
   return statFrom(directory, path, same(status), flags);
+}
+
+VEKSSD_INTERPOSED int statx(int directory, const char* path, int flags, unsigned mask,
+                            struct statx* status) noexcept {
+  return extendedFrom(directory, path, flags, mask, status);
 }
 
 // Programs linked before C library 2.33 call these.

@@ -49,12 +49,12 @@ std::string testName(const testing::TestParamInfo<Case>& info) {
 }
 
 Machine machineFor(const json& content) {
-  json machine{{"name", "case"}, {"drives", {content.at("drive")}}};
+  json machine{{"name", "case"}, {"drives", json::array({content.at("drive")})}};
   machine["privileged"] = content.value("privileged", true);
   if (content.contains("fault")) {
     json fault = content.at("fault");
     fault["call"] = "ioctl";
-    machine["faults"] = {fault};
+    machine["faults"] = json::array({fault});
   }
   return Machine(test::machineOf(machine.dump()));
 }

@@ -116,8 +116,10 @@ TEST(PreloadProcess, JournalLinesBearTheirProcess) {
 TEST(PreloadProcess, ProgramsStartedByTheProcessLiveOnTheMachineToo) {
   ProbeRun run(kTill);
   const ProbeResult result = run.program("/bin/sh").run(
-      {"-c", "cat /sys/block/sda/removable; ls /sys/block; test -e /etc/ssddrv/log.conf"});
-  EXPECT_EQ(result.lines, (Lines{"0", "sda"}));
+      {"-c",
+       "cat /sys/block/sda/removable; ls /sys/block; "
+       "test -b /dev/sda && stat -c %F /dev/sda; test -e /etc/ssddrv/log.conf"});
+  EXPECT_EQ(result.lines, (Lines{"0", "sda", "block special file"}));
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.errors, "");
 }
