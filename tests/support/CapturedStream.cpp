@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -16,10 +17,13 @@ CapturedStream::CapturedStream(std::FILE* stream)
 }
 
 CapturedStream::~CapturedStream() {
-  std::fflush(stream_);
+  const std::string caught = text();
   dup2(original_, fileno(stream_));
   close(original_);
   close(caught_);
+  if (testing::Test::HasFailure()) {
+    std::fputs(caught.c_str(), stream_);
+  }
 }
 
 std::string CapturedStream::text() const {

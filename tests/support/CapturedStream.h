@@ -5,7 +5,8 @@
 
 namespace testkit {
 
-/// Catches what the process writes to standard output or standard error while the object lives.
+/// Catches what the process writes to standard output or standard error while the object lives. If
+/// the test fails it is shown afterwards: the reason may be in it.
 class CapturedStream {
  public:
   /// `stream` is stdout or stderr.

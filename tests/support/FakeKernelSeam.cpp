@@ -68,6 +68,8 @@ int __wrap_pthread_join(pthread_t thread, void** result) {
 
 int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) { return FakeThreads::lock(mutex); }
 
+int __wrap_pthread_rwlock_wrlock(pthread_rwlock_t* lock) { return FakeThreads::lock(lock); }
+
 int __wrap_sched_yield() { return FakeThreads::instance().yield(); }
 
 int __wrap_usleep(useconds_t microseconds) { return FakeThreads::instance().sleep(microseconds); }

@@ -19,6 +19,11 @@ std::atomic<std::uintptr_t> watchedBegin{0};
 std::atomic<std::uintptr_t> watchedEnd{0};
 std::atomic<std::size_t> contentions{0};
 
+bool isWatched(const void* lock) {
+  const auto address = reinterpret_cast<std::uintptr_t>(lock);
+  return address >= watchedBegin && address < watchedEnd;
+}
+
 }  // namespace
 
 struct FakeThreads::Start {
@@ -66,6 +71,11 @@ void FakeThreads::tick(int times) {
     wake();
     waitUntilAllSleep();
   }
+}
+
+void FakeThreads::waitUntilJoining() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return !joining_.empty(); });
 }
 
 std::vector<pthread_t> FakeThreads::created() const {
@@ -159,14 +169,23 @@ int FakeThreads::sleep(useconds_t microseconds) {
 }
 
 int FakeThreads::lock(pthread_mutex_t* mutex) {
-  const auto address = reinterpret_cast<std::uintptr_t>(mutex);
-  if (address >= watchedBegin && address < watchedEnd) {
+  if (isWatched(mutex)) {
     if (pthread_mutex_trylock(mutex) == 0) {
       return 0;
     }
     ++contentions;
   }
   return __real_pthread_mutex_lock(mutex);
+}
+
+int FakeThreads::lock(pthread_rwlock_t* lock) {
+  if (isWatched(lock)) {
+    if (pthread_rwlock_trywrlock(lock) == 0) {
+      return 0;
+    }
+    ++contentions;
+  }
+  return __real_pthread_rwlock_wrlock(lock);
 }
 
 }  // namespace testkit

@@ -39,7 +39,11 @@ class FakeThreads {
   /// How often the processor was yielded.
   [[nodiscard]] std::size_t yields() const;
 
-  /// Counts from now on how often a thread has to wait for a mutex in this object.
+  /// Waits until some thread is being joined.
+  void waitUntilJoining();
+
+  /// Counts from now on how often a thread has to wait for a mutex, or to write-lock a
+  /// readers-writer lock, in this object.
   static void watchMutexes(const void* object, std::size_t size);
   [[nodiscard]] static std::size_t contended();
 
@@ -53,6 +57,7 @@ class FakeThreads {
   int yield();
   int sleep(useconds_t microseconds);
   static int lock(pthread_mutex_t* mutex);
+  static int lock(pthread_rwlock_t* lock);
 
  private:
   struct Start;

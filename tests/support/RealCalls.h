@@ -34,6 +34,7 @@ VEKSSD_REAL(int, pthread_create, pthread_t* thread, const pthread_attr_t* attrib
             void* (*start)(void*), void* argument);
 VEKSSD_REAL(int, pthread_join, pthread_t thread, void** result);
 VEKSSD_REAL(int, pthread_mutex_lock, pthread_mutex_t* mutex);
+VEKSSD_REAL(int, pthread_rwlock_wrlock, pthread_rwlock_t* lock);
 VEKSSD_REAL(int, sched_yield, void);
 VEKSSD_REAL(int, usleep, useconds_t microseconds);
 

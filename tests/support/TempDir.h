@@ -2,9 +2,12 @@
 
 #include <string>
 
+#include <sys/types.h>
+
 namespace testkit {
 
-/// A directory of its own, removed with all that it holds when the object goes.
+/// A directory of its own, removed with all that it holds when the object goes in the process that
+/// made it.
 class TempDir {
  public:
   TempDir();
@@ -16,6 +19,7 @@ class TempDir {
 
  private:
   std::string path_;
+  pid_t maker_;
 };
 
 }  // namespace testkit
