@@ -1,6 +1,5 @@
 #include "tests/fault/FaultLoop.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -77,6 +76,15 @@ void freshMachine(Till& till) {
   till.takeIndications();
 }
 
+/// A record may have several lines, but only one process id.
+unsigned recordsIn(const std::string& log) {
+  unsigned count = 0;
+  for (std::size_t at = log.find("\tP["); at != std::string::npos; at = log.find("\tP[", at + 1)) {
+    ++count;
+  }
+  return count;
+}
+
 /// The library's indications work after all that: subscribes anew and lets every drive fail.
 std::vector<std::string> indicationsOf(Till& till) {
   till.takeIndications();
@@ -108,16 +116,21 @@ std::string Plan::text() const {
          (forEver ? " and all later ones" : "") + ": " + failure.name;
 }
 
-Round run(const Scenario& scenario, const Plan& plan) {
+Round run(const Scenario& scenario, const Plan& plan,
+          const std::function<void(cmpihost::Broker&)>& arm) {
   prepareForTheWorst(scenario.name + ": " + plan.text());
   const Silence silence;
   Till& till = theTill();
   freshMachine(till);
-  till.broker.journal().clear();
   Injector& injector = Injector::instance();
   Round round;
   round.before = present(till.machine);
   scenario.prepare(till);
+  cmpihost::Journal& journal = till.broker.journal();
+  journal.clear();
+  if (arm) {
+    arm(till.broker);
+  }
   if (plan.nth == 0) {
     injector.count();
   } else {
@@ -128,6 +141,11 @@ Round run(const Scenario& scenario, const Plan& plan) {
   round.calls = injector.met();
   round.made = injector.made(plan.call);
   round.now = present(till.machine);
+  for (const cmpihost::BrokerCall& call : journal.calls()) {
+    round.brokerCalls.push_back(call.name);
+  }
+  round.violations = journal.violations();
+  till.broker.clearFaults();
 
   if (till.loaded()) {
     till.setGeneration(3);
@@ -142,7 +160,7 @@ Round run(const Scenario& scenario, const Plan& plan) {
   }
   round.losses.close();
   const std::string log = till.machine.read("/var/log/ssddrv/ssddrv.log");
-  round.logLines = static_cast<unsigned>(std::count(log.begin(), log.end(), '\n'));
+  round.logRecords = recordsIn(log);
   alarm(0);
   return round;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "tests/fault/Calls.h"
 #include "tests/fault/Losses.h"
@@ -29,12 +31,15 @@ struct Round {
   cmpihost::Reply next;                      ///< the list afterwards; status 16 after an unload
   std::vector<std::string> nextIndications;  ///< of a poll afterwards, drives worn, subscribed
   bool unloaded = false;
-  unsigned logLines = 0;
+  unsigned logRecords = 0;
+  std::vector<std::string> brokerCalls;  ///< by slot, while calls failed
+  std::vector<std::string> violations;   ///< of what a broker may expect
   Losses losses;
 };
 
-/// Runs the scenario under `plan` and tells what came of it.
-Round run(const Scenario& scenario, const Plan& plan);
+/// Runs the scenario under `plan` and tells what came of it; `arm` may prepare the broker as well.
+Round run(const Scenario& scenario, const Plan& plan,
+          const std::function<void(cmpihost::Broker&)>& arm = {});
 
 /// The till of all rounds of a process.
 Till& theTill();

@@ -158,21 +158,22 @@ void expectCodes(const Scenario& scenario, const Round& round) {
   EXPECT_EQ(round.result.codes, expected);
 }
 
-/// A log line that can't be written is lost, and no other.
-void expectLogLines(const Plan& plan, const Round& round, unsigned lines) {
+/// A record that can't be written is lost, and no other.
+void expectRecords(const Plan& plan, const Round& round, unsigned records) {
   const bool ofLog = std::any_of(round.calls.begin(), round.calls.end(), [](const auto& call) {
     return call.failed && (call.what == kLogFile || call.call == Call::kFstat);
   });
-  const bool losesLine =
+  const bool losesRecord =
       plan.call == Call::kFopen || plan.call == Call::kFstat || plan.call == Call::kFwrite;
-  if (ofLog && losesLine && !plan.forEver) {
-    EXPECT_EQ(round.logLines, lines - 1);
+  const bool isHalf = plan.failure.kind == Failure::kShort;
+  if (ofLog && losesRecord && !plan.forEver) {
+    EXPECT_EQ(round.logRecords, isHalf ? records : records - 1);
   } else if (ofLog && plan.call == Call::kFflush) {
-    EXPECT_EQ(round.logLines, lines);
+    EXPECT_EQ(round.logRecords, records);
   }
 }
 
-void expectRight(const Scenario& scenario, const Plan& plan, const Round& round, unsigned lines) {
+void expectRight(const Scenario& scenario, const Plan& plan, const Round& round, unsigned records) {
   Start start;
   if (scenario.name == "start") {
     start = startAfter(round.calls, theTill().machine);
@@ -181,7 +182,7 @@ void expectRight(const Scenario& scenario, const Plan& plan, const Round& round,
   expectNextRequestRight(scenario, round, start);
   expectNoLosses(plan, round, start);
   expectCodes(scenario, round);
-  expectLogLines(plan, round, lines);
+  expectRecords(plan, round, records);
   if (!round.result.replies.empty()) {
     expectReply(scenario, round);
   }
@@ -242,7 +243,7 @@ struct Score {
   unsigned rounds = 0;
 };
 
-void tryPlan(const Scenario& scenario, const Plan& plan, unsigned lines, Score& score) {
+void tryPlan(const Scenario& scenario, const Plan& plan, unsigned records, Score& score) {
   SCOPED_TRACE(plan.text());
   const Round round = run(scenario, plan);
   ++score.rounds;
@@ -251,7 +252,7 @@ void tryPlan(const Scenario& scenario, const Plan& plan, unsigned lines, Score& 
     SCOPED_TRACE("refused to " + Memory::lastRefused(Till::library()));
     expectBearable(scenario, plan, round);
   } else {
-    expectRight(scenario, plan, round, lines);
+    expectRight(scenario, plan, round, records);
   }
 }
 
@@ -261,7 +262,7 @@ Score failEverySite(const Scenario& scenario, Call call) {
   const Round clean = run(scenario, plan);
   {
     SCOPED_TRACE("nothing fails");
-    expectRight(scenario, Plan{Call::kOpen, 0, false, {}}, clean, clean.logLines);
+    expectRight(scenario, Plan{Call::kOpen, 0, false, {}}, clean, clean.logRecords);
   }
   Score score;
   score.sites = clean.made;
@@ -270,7 +271,7 @@ Score failEverySite(const Scenario& scenario, Call call) {
       plan.failure = failure;
       for (const bool forEver : {false, true}) {
         plan.forEver = forEver;
-        tryPlan(scenario, plan, clean.logLines, score);
+        tryPlan(scenario, plan, clean.logRecords, score);
       }
     }
   }
