@@ -28,3 +28,6 @@ VEKSSD_EXPORT void WLog(LOG_LEVEL level, const wchar_t* format, ...);
 
 /// Logs `text` as it stands, at any length; a "%" in it is just a character.
 VEKSSD_EXPORT void LogQuick(LOG_LEVEL level, const char* text);
+
+/// Whether a record of this level would be written: for texts that are dear to make.
+[[nodiscard]] bool isLogged(LOG_LEVEL level);

@@ -1,35 +1,31 @@
 #include "log/LogRecord.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdio>
 #include <ctime>
+#include <string_view>
+#include <utility>
 
 #include <pthread.h>
 #include <unistd.h>
 
+#include "log/Digits.h"
+#include "log/SecondText.h"
+
 namespace {
 
 constexpr std::size_t kUsualLineLength = 128;
-constexpr std::size_t kTimeTextSize = 256;
+constexpr std::size_t kPidWidth = 8;
 
 /// Five characters each, so that the messages start in one column.
-constexpr std::array<const char*, 5> kLevelNames = {"Off  ", "Error", "Info ", "Debug", "Trace"};
-
-template <typename Value>
-void appendFormatted(std::string& text, const char* format, Value value) {
-  std::array<char, 32> buffer;
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-  const int length = std::snprintf(buffer.data(), buffer.size(), format, value);
-#pragma GCC diagnostic pop
-  text.append(buffer.data(), static_cast<std::size_t>(length));
-}
+constexpr std::array<std::string_view, 5> kLevelNames = {"Off  ", "Error", "Info ", "Debug",
+                                                         "Trace"};
 
 }  // namespace
 
-LogRecord::LogRecord(LOG_LEVEL recordLevel, const std::string& text)
+LogRecord::LogRecord(LOG_LEVEL recordLevel, std::string text)
     : level(recordLevel),
-      message(text),
+      message(std::move(text)),
       time(now()),
       tid(static_cast<std::uint32_t>(pthread_self())),
       pid(getpid()) {}
@@ -56,18 +52,25 @@ void LogRecord::GetLogLine(std::string& line) const {
 }
 
 void LogRecord::GetTimeString(std::string& text) const {
-  const std::time_t seconds = time.seconds;
-  std::tm local{};
-  localtime_r(&seconds, &local);
-  std::array<char, kTimeTextSize> buffer;
-  text.append(buffer.data(),
-              std::strftime(buffer.data(), buffer.size(), "%d/%m/%Y %H:%M:%S.", &local));
-  appendFormatted(text, "%03hu", time.milliseconds);
+  char column[] = "dd/mm/yyyy hh:mm:ss.iii";
+  copySecondText(time.seconds, column);
+  putDigits(column + kSecondTextLength, 3, time.milliseconds);
+  text.append(column, sizeof(column) - 1);
 }
 
-void LogRecord::GetPidString(std::string& text) const { appendFormatted(text, "P[%8d]", pid); }
+void LogRecord::GetPidString(std::string& text) const {
+  const std::string digits = std::to_string(pid);
+  text += "P[";
+  text.append(kPidWidth - std::min(kPidWidth, digits.size()), ' ');
+  text += digits;
+  text += ']';
+}
 
-void LogRecord::GetTidString(std::string& text) const { appendFormatted(text, "T[%08x]", tid); }
+void LogRecord::GetTidString(std::string& text) const {
+  char column[] = "T[hhhhhhhh]";
+  putDigits<16>(column + 2, 8, tid);
+  text.append(column, sizeof(column) - 1);
+}
 
 void LogRecord::GetLevelString(std::string& text) const {
   const auto index = static_cast<std::uint32_t>(level);

@@ -78,6 +78,33 @@ TEST_F(Record, ShowsTheLocalTime) {
   EXPECT_EQ(line().substr(0, 24), "01/01/2027 00:30:00.000\t");
 }
 
+TEST_F(Record, ChangesToSummerTimeAndBack) {
+  setTimeZone("CET-1CEST,M3.5.0,M10.5.0/3");
+  setTime("2027-03-28 00:59:59", 0);
+  EXPECT_EQ(line().substr(0, 24), "28/03/2027 01:59:59.000\t");
+  setTime("2027-03-28 01:00:00", 0);
+  EXPECT_EQ(line().substr(0, 24), "28/03/2027 03:00:00.000\t");
+  setTime("2027-10-31 00:59:59", 0);
+  EXPECT_EQ(line().substr(0, 24), "31/10/2027 02:59:59.000\t");
+  setTime("2027-10-31 01:00:00", 0);
+  EXPECT_EQ(line().substr(0, 24), "31/10/2027 02:00:00.000\t");
+}
+
+TEST_F(Record, FollowsTheHostIntoAnotherTimeZoneWithinOneSecond) {
+  EXPECT_EQ(line().substr(0, 24), "15/11/2026 10:57:58.123\t");
+  setTimeZone("JST-9");
+  EXPECT_EQ(line().substr(0, 24), "15/11/2026 19:57:58.123\t");
+  setTimeZone("UTC");
+  EXPECT_EQ(line().substr(0, 24), "15/11/2026 10:57:58.123\t");
+}
+
+TEST_F(Record, FollowsTheClockBackwards) {
+  setTime("2026-11-15 10:57:58", 0);
+  EXPECT_EQ(line().substr(0, 24), "15/11/2026 10:57:58.000\t");
+  setTime("2026-11-15 10:57:57", 999000000);
+  EXPECT_EQ(line().substr(0, 24), "15/11/2026 10:57:57.999\t");
+}
+
 TEST_F(Record, PadsProcessAndThread) {
   fakeStamp().process = 1;
   fakeStamp().thread = 0x123400000ABC;
