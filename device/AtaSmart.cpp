@@ -51,15 +51,13 @@ bool smartCommand(const char* operation, const std::string& path,
   return true;
 }
 
-SsdAttr readAttribute(const std::uint8_t* entry) {
+void readAttribute(const std::uint8_t* entry, SsdAttr& attribute) {
   using namespace ata::smart;
-  SsdAttr attribute;
   attribute.index = entry[kIdOffset];
   attribute.flags = bytes::littleEndian16(entry, kFlagsOffset);
   attribute.current = entry[kCurrentOffset];
   attribute.worst = entry[kWorstOffset];
   attribute.raw = bytes::littleEndian(entry, kRawOffset, kRawLength);
-  return attribute;
 }
 
 struct FlagName {
@@ -129,16 +127,18 @@ bool SmartIo::getSsdSmartValues(const std::string& path, SsdValues& values) {
         static_cast<unsigned>(errno));
     return false;
   }
+  values.attributes.reserve(values.attributes.size() + ata::smart::kAttributeCount);
   for (std::size_t i = 0; i < ata::smart::kAttributeCount; ++i) {
-    const SsdAttr attribute = readAttribute(sector.get() + ata::smart::kFirstAttributeOffset +
-                                            i * ata::smart::kAttributeSize);
-    if (attribute.index == 0) {
+    const std::uint8_t* entry =
+        sector.get() + ata::smart::kFirstAttributeOffset + i * ata::smart::kAttributeSize;
+    if (entry[ata::smart::kIdOffset] == 0) {
       continue;
     }
+    SsdAttr& attribute = values.attributes.emplace_back();
+    readAttribute(entry, attribute);
     if (attribute.index == ata::smart::kPowerOnHours) {
       values.poweredOnHours = attribute.raw;
     }
-    values.attributes.push_back(attribute);
   }
   sector.reset();
   if (values.traceAttributes) {

@@ -2,6 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+
+#include <endian.h>
 
 // Readers of little-endian fields in buffers that drives have filled.
 
@@ -11,10 +14,8 @@ namespace bytes {
 [[nodiscard]] inline std::uint64_t littleEndian(const std::uint8_t* buffer, std::size_t offset,
                                                 std::size_t width) {
   std::uint64_t value = 0;
-  for (std::size_t i = width; i-- > 0;) {
-    value = value << 8 | buffer[offset + i];
-  }
-  return value;
+  std::memcpy(&value, buffer + offset, width);
+  return le64toh(value);
 }
 
 [[nodiscard]] inline std::uint16_t littleEndian16(const std::uint8_t* buffer, std::size_t offset) {

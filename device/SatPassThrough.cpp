@@ -43,6 +43,9 @@ bool isAtaStatusReturn(const Sense& sense) {
 }
 
 void logSense(const Sense& sense) {
+  if (!isLogged(LOG_LEVEL_DEBUG)) {
+    return;
+  }
   std::string text = "\n\nSense: ";
   std::array<char, 8> piece;
   for (std::size_t i = 0; i < ata::sense::kUsedLength; ++i) {
