@@ -50,9 +50,7 @@ int textDescriptor(const VirtualFile& file, int flags) {
   if (fd < 0) {
     return -1;
   }
-  if (write(fd, file.content.data(), file.content.size()) !=
-          static_cast<ssize_t>(file.content.size()) ||
-      lseek(fd, 0, SEEK_SET) != 0) {
+  if (!writeAll(fd, file.content) || lseek(fd, 0, SEEK_SET) != 0) {
     const int error = errno;
     real().close(fd);
     return fail(error);

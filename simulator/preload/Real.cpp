@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 #include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace simulator {
 
@@ -57,6 +59,10 @@ void findAll() {
 const Real& real() {
   pthread_once(&found, findAll);
   return functions;
+}
+
+bool writeAll(int fd, std::string_view text) {
+  return syscall(SYS_write, fd, text.data(), text.size()) == static_cast<long>(text.size());
 }
 
 }  // namespace simulator

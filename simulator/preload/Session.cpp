@@ -32,8 +32,7 @@ std::string environment(const char* name) {
 }
 
 [[noreturn]] void refuse(const std::string& message) {
-  const std::string line = "vekssdsim: " + message + "\n";
-  (void)!::write(STDERR_FILENO, line.data(), line.size());
+  (void)writeAll(STDERR_FILENO, "vekssdsim: " + message + "\n");
   _exit(EX_CONFIG);
 }
 
