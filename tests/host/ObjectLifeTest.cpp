@@ -45,6 +45,23 @@ TEST(ObjectLife, AttachmentsNest) {
   EXPECT_EQ(broker.liveObjects(), 0U);
 }
 
+TEST(ObjectLife, ADetachmentEndsTheAttachmentOfItsContextAndNoOther) {
+  Broker broker;
+  const CMPIBroker* const mb = broker.cmpi();
+  CMPIContext* const outer = CBPrepareAttachThread(mb, nullptr);
+  CMPIContext* const inner = CBPrepareAttachThread(mb, nullptr);
+  CBAttachThread(mb, outer);
+  CMNewString(mb, "gone", nullptr);
+  CMNewString(mb, "gone", nullptr);
+  CBAttachThread(mb, inner);
+  CMPIString* const kept = CMNewString(mb, "kept", nullptr);
+  CBDetachThread(mb, outer);
+  EXPECT_EQ(broker.liveObjects(), 2U);
+  EXPECT_STREQ(CMGetCharPtr(kept), "kept");
+  CBDetachThread(mb, inner);
+  EXPECT_EQ(broker.liveObjects(), 0U);
+}
+
 TEST(ObjectLife, ACloneOutlivesTheAttachment) {
   Broker broker;
   const CMPIBroker* const mb = broker.cmpi();

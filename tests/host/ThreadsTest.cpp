@@ -48,6 +48,19 @@ TEST(BrokerThreads, AJoinedThreadGivesItsResult) {
   EXPECT_EQ(broker.cmpi()->xft->joinThread(thread, &result), ESRCH);
 }
 
+TEST(BrokerThreads, AThreadThatIsOverCanStillBeJoinedAfterOthersWereStarted) {
+  Held held;
+  held.go = true;
+  Broker broker;
+  void* const first = broker.cmpi()->xft->newThread(Held::run, &held, 0);
+  EXPECT_TRUE(broker.waitForThreads(10s));
+  void* const second = broker.cmpi()->xft->newThread(Held::run, &held, 0);
+  CMPI_THREAD_RETURN result = nullptr;
+  EXPECT_EQ(broker.cmpi()->xft->joinThread(first, &result), 0);
+  EXPECT_EQ(result, &held);
+  EXPECT_EQ(broker.cmpi()->xft->joinThread(second, nullptr), 0);
+}
+
 TEST(BrokerThreads, ADetachedThreadCannotBeJoinedButIsWaitedFor) {
   Held held;
   Broker broker;
