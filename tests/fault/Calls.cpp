@@ -215,7 +215,7 @@ std::vector<Injector::Met> Injector::met() const {
 }
 
 std::optional<Failure> Injector::meet(Call call, const std::string& what) {
-  if (!active_) {
+  if (!active()) {
     return std::nullopt;
   }
   const unsigned number = ++made_[static_cast<std::size_t>(call)];

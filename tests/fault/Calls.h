@@ -74,6 +74,8 @@ class Injector {
   /// Neither counts nor fails any more.
   void disarm();
 
+  bool active() const { return active_.load(std::memory_order_relaxed); }
+
   /// How often the call was made since `count` or `arm`.
   unsigned made(Call call) const;
 

@@ -37,10 +37,10 @@ void identity(const Drive& drive, std::uint8_t* sector) {
 
 void smartData(const Drive& drive, std::uint8_t* sector) {
   sector[2] = 9;
-  put(sector + 2 + 5, drive.hours, 6);
+  put(sector + 2 + 5, drive.hours.load(std::memory_order_relaxed), 6);
   if (drive.kind == Drive::kAttribute) {
     sector[2 + 12] = 230;
-    sector[2 + 12 + 3] = drive.percentage;
+    sector[2 + 12 + 3] = drive.percentage.load(std::memory_order_relaxed);
   }
 }
 
@@ -51,7 +51,7 @@ void logPage(const Drive& drive, unsigned log, unsigned page, std::uint8_t* sect
     sector[8] = 8;
   } else if (page == 7) {
     sector[2] = 7;
-    sector[8] = drive.percentage;
+    sector[8] = drive.percentage.load(std::memory_order_relaxed);
     sector[15] = 0xC0;
   }
 }
@@ -89,8 +89,8 @@ int nvmeCommand(const Drive& drive, nvme_admin_cmd& command, bool badResult) {
     put(data + 64, "1.0", 8);
     put(data + 516, 1, 4);
   } else if (command.opcode == 2) {
-    data[5] = drive.percentage;
-    put(data + 128, drive.hours, 8);
+    data[5] = drive.percentage.load(std::memory_order_relaxed);
+    put(data + 128, drive.hours.load(std::memory_order_relaxed), 8);
   }
   return 0;
 }

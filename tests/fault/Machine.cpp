@@ -39,7 +39,7 @@ Machine::Machine() : root_(folder_.path()) {
 
 Machine::~Machine() { theMachine = nullptr; }
 
-Machine* Machine::current() { return theMachine; }
+Machine* Machine::current() { return theMachine.load(std::memory_order_relaxed); }
 
 Drive& Machine::add(Drive::Kind kind, const std::string& name, const std::string& model,
                     const std::string& serialNumber) {

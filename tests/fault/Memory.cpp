@@ -21,13 +21,6 @@
 
 #include "tests/fault/Calls.h"
 
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* memory, std::size_t size);
-void __libc_free(void* memory);
-}
-
 namespace {
 
 std::atomic<bool> following{false};
@@ -138,26 +131,6 @@ void forget(const void* memory) {
 
 Origin refused;
 
-/// An allocation: `allocate` does it, unless it is the library's and has to fail.
-template <typename Allocate>
-void* allocated(const void* caller, Allocate allocate) {
-  if (!following) {
-    return allocate();
-  }
-  const Origin origin = askedAt(caller);
-  if (!origin) {
-    return allocate();
-  }
-  if (fault::Injector::instance().meetMemory()) {
-    refused = origin;
-    errno = ENOMEM;
-    return nullptr;
-  }
-  void* memory = allocate();
-  note(memory, origin);
-  return memory;
-}
-
 // ---- Names of functions, from the file's symbol table
 
 struct Function {
@@ -260,6 +233,31 @@ void Memory::follow() {
 
 void Memory::stopFollowing() { following = false; }
 
+void* Memory::allocated(const void* caller, void* (*allocate)(void* memory, std::size_t size),
+                        void* memory, std::size_t size) {
+  if (!following) {
+    return allocate(memory, size);
+  }
+  const Origin origin = askedAt(caller);
+  if (!origin) {
+    return allocate(memory, size);
+  }
+  if (Injector::instance().meetMemory()) {
+    refused = origin;
+    errno = ENOMEM;
+    return nullptr;
+  }
+  void* allocatedMemory = allocate(memory, size);
+  note(allocatedMemory, origin);
+  return allocatedMemory;
+}
+
+void Memory::freed(const void* memory) {
+  if (following && memory != nullptr) {
+    forget(memory);
+  }
+}
+
 std::string Memory::lastRefused(const std::string& library) { return functionOf(library, refused); }
 
 std::map<std::string, int> Memory::held(const std::string& library) {
@@ -281,31 +279,3 @@ std::map<std::string, int> Memory::held(const std::string& library) {
 }
 
 }  // namespace fault
-
-extern "C" {
-
-FAULT_VISIBLE void* malloc(std::size_t size) {
-  return allocated(__builtin_return_address(0), [size] { return __libc_malloc(size); });
-}
-
-FAULT_VISIBLE void* calloc(std::size_t count, std::size_t size) {
-  return allocated(__builtin_return_address(0),
-                   [count, size] { return __libc_calloc(count, size); });
-}
-
-FAULT_VISIBLE void* realloc(void* memory, std::size_t size) {
-  if (following && memory != nullptr) {
-    forget(memory);
-  }
-  return allocated(__builtin_return_address(0),
-                   [memory, size] { return __libc_realloc(memory, size); });
-}
-
-FAULT_VISIBLE void free(void* memory) {
-  if (following && memory != nullptr) {
-    forget(memory);
-  }
-  __libc_free(memory);
-}
-
-}  // extern "C"

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 
@@ -16,6 +18,11 @@ class Memory {
   /// The blocks noted and not freed: how many each function of the library asked for. To be asked
   /// while the library's file is where it was loaded from.
   static std::map<std::string, int> held(const std::string& library);
+
+  /// An allocation by `allocate`, for `caller`: noted, or refused, if it is the library's.
+  static void* allocated(const void* caller, void* (*allocate)(void* memory, std::size_t size),
+                         void* memory, std::size_t size);
+  static void freed(const void* memory);
 
   /// The function of the library that was last refused memory.
   static std::string lastRefused(const std::string& library);

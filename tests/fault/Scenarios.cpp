@@ -1,5 +1,7 @@
 #include "tests/fault/Scenarios.h"
 
+#include <ostream>
+
 #include "tests/fault/Clock.h"
 
 namespace fault {
@@ -38,6 +40,8 @@ void poll() {
 Result requested(cmpihost::Reply reply) { return {{reply.status.rc}, {reply}, {}}; }
 
 }  // namespace
+
+void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; }
 
 const std::vector<Scenario>& scenarios() {
   static const std::vector<Scenario> all = {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,9 @@ struct Scenario {
   std::function<void(Till&)> prepare;  ///< nothing fails yet
   std::function<Result(Till&)> act;    ///< calls fail
 };
+
+/// For the names of tests.
+void PrintTo(const Scenario& scenario, std::ostream* out);
 
 /// Load, start, each request, subscription, event, clean-up, unload.
 const std::vector<Scenario>& scenarios();

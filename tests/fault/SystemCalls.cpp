@@ -72,7 +72,11 @@ Names& names() {
   return *all;
 }
 
+/// Only what counts or fails is asked for names: taking a lock at every call would hide races.
 std::string nameOf(std::FILE* stream) {
+  if (!Injector::instance().active()) {
+    return {};
+  }
   if (stream == stdout || stream == stderr) {
     return stream == stdout ? "stdout" : "stderr";
   }
@@ -83,13 +87,13 @@ std::string nameOf(std::FILE* stream) {
 
 Drive* driveOf(int fd) {
   return fd >= 0 && static_cast<std::size_t>(fd) < names().drives.size()
-             ? names().drives[static_cast<std::size_t>(fd)].load()
+             ? names().drives[static_cast<std::size_t>(fd)].load(std::memory_order_relaxed)
              : nullptr;
 }
 
 void setDrive(int fd, Drive* drive) {
   if (fd >= 0 && static_cast<std::size_t>(fd) < names().drives.size()) {
-    names().drives[static_cast<std::size_t>(fd)] = drive;
+    names().drives[static_cast<std::size_t>(fd)].store(drive, std::memory_order_relaxed);
   }
 }
 
@@ -102,7 +106,7 @@ std::string realPath(const char* path) {
 std::string opening(Drive* drive) { return drive->node() + " #" + std::to_string(++drive->opened); }
 
 std::string nodeOf(Drive* drive) {
-  return drive->node() + " #" + std::to_string(drive->opened.load());
+  return drive->node() + " #" + std::to_string(drive->opened.load(std::memory_order_relaxed));
 }
 
 int fail(const Failure& failure) {

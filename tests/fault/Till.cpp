@@ -11,8 +11,6 @@ namespace {
 cmpihost::Broker* theBroker = nullptr;
 decltype(CMPIBrokerExtFT::newThread) startThread = nullptr;
 
-/// Has the started thread through before its starter goes on, so that every run makes the same
-/// calls in the same order.
 CMPI_THREAD_TYPE startAndAwait(CMPIThreadFunc function, void* parameter, int detached) {
   CMPI_THREAD_TYPE const thread = startThread(function, parameter, detached);
   theBroker->waitForThreads(std::chrono::seconds(10));
@@ -26,7 +24,7 @@ const cmpihost::Filter kFilter = {kIndicationClass};
 
 }  // namespace
 
-Till::Till() {
+Till::Till(bool orderly) {
   machine.add(Drive::kAttribute, "sda", "SanDisk SSD P4 64GB", "SD0123456789");
   machine.add(Drive::kStatistics, "sdb", "TS64GHSD630", "TS0123456789");
   machine.add(Drive::kNvme, "nvme0", "Simulated NVMe Controller 256GB", "NV01234567890123456");
@@ -37,6 +35,9 @@ Till::Till() {
                 std::string("PollRate=2\nPercentUsedThreshold=80\n") +
                     (traced ? "DebugTraceAttributes=1\nDebugTraceLogs=1\n" : ""));
   setGeneration(1);
+  if (!orderly) {
+    return;
+  }
   theBroker = &broker;
   CMPIBrokerExtFT& table = *const_cast<CMPIBrokerExtFT*>(broker.cmpi()->xft);
   startThread = table.newThread;
@@ -85,9 +86,13 @@ std::vector<CMPIrc> Till::subscribe() {
   return codes;
 }
 
-std::vector<CMPIrc> Till::cleanUp() {
+CMPIrc Till::unsubscribe() {
   provider_->disableIndications();
-  return {provider_->deActivateFilter(kFilter, 1).rc, provider_->cleanupIndicationMI(true).rc,
+  return provider_->deActivateFilter(kFilter, 1).rc;
+}
+
+std::vector<CMPIrc> Till::cleanUp() {
+  return {unsubscribe(), provider_->cleanupIndicationMI(true).rc,
           provider_->cleanupInstanceMI(true).rc};
 }
 

@@ -13,7 +13,9 @@ namespace fault {
 /// A till: a machine with three kinds of drive, an object manager, and the built library in it.
 class Till {
  public:
-  Till();
+  /// `orderly`: a thread that the library starts through the broker is through before its starter
+  /// goes on, so that every run makes the same calls in the same order.
+  explicit Till(bool orderly = true);
   ~Till();
   Till(const Till&) = delete;
   Till& operator=(const Till&) = delete;
@@ -37,6 +39,8 @@ class Till {
 
   /// The codes of authorizeFilter, mustPoll and activateFilter.
   std::vector<CMPIrc> subscribe();
+  /// Takes it back; the code of deActivateFilter.
+  CMPIrc unsubscribe();
   /// The codes of deActivateFilter and of both clean-ups.
   std::vector<CMPIrc> cleanUp();
 

@@ -1,0 +1,128 @@
+#include "tests/fault/Expectations.h"
+
+#include <algorithm>
+#include <set>
+
+#include <gtest/gtest.h>
+
+namespace fault {
+
+namespace {
+
+// ---- What the library keeps when it leaves the process, and why
+
+/// The log handler with its file's name, and the configuration: never destroyed, so that the last
+/// line of the unloading library can still be written.
+const std::set<std::string> kKeptForGood = {"(anonymous namespace)::makeLogHandler()",
+                                            "FileLogHandler::GetConfig()", "Config::GetInstance()"};
+
+/// A device whose set-up failed: neither listed nor deleted, since the listener may know it.
+const std::set<std::string> kKeptOfDevice = {"SsdManager::addSsdDevice", "SsdDevice::initialise",
+                                             "makeSupportedModels", "SsdModel",
+                                             "(anonymous namespace)::make<"};
+
+bool isAnyOf(const std::string& name, const std::set<std::string>& beginnings) {
+  return std::any_of(beginnings.begin(), beginnings.end(), [&](const std::string& beginning) {
+    return name.find(beginning) != std::string::npos;
+  });
+}
+
+/// The readings of the third generation of the drives that are watched.
+Readings right(const Start& start) {
+  Readings readings;
+  unsigned number = 0;
+  for (const auto& drive : theTill().machine.drives()) {
+    ++number;
+    if (start.missing.count(drive->name) == 0) {
+      readings[drive->name] = {10 * number + 3, 1000 * number + 3};
+    }
+  }
+  return readings;
+}
+
+void tryPlan(const Scenario& scenario, const Plan& plan, const Round& clean, Judge judge,
+             Score& score) {
+  SCOPED_TRACE(plan.text());
+  const Round round = run(scenario, plan);
+  ++score.rounds;
+  ASSERT_GE(round.made, plan.nth) << "the call to fail was never made";
+  judge(scenario, plan, round, clean);
+}
+
+}  // namespace
+
+void expectNoLosses(const Plan& plan, const Round& round, const Start& start) {
+  int nodes = 0;
+  for (const std::string& target : round.losses.descriptors()) {
+    const bool isNode = target.find("/dev/nvme0") != std::string::npos;
+    EXPECT_TRUE(isNode) << "lost descriptor " << target;
+    nodes += isNode ? 1 : 0;
+  }
+  EXPECT_EQ(nodes, nodesLostBy(round.calls)) << "an NVMe node stays open where a command failed";
+
+  EXPECT_LE(round.losses.streams().size(), 1U);
+  for (const std::string& path : round.losses.streams()) {
+    EXPECT_EQ(path, kLogFile) << "lost stream";
+  }
+  EXPECT_LE(round.losses.scans(), 1) << "the scan for NVMe controllers is kept, once";
+
+  const bool mayKeepDevice = start.lostDevices > 0 || plan.call == Call::kMemory;
+  int devices = 0;
+  for (const auto& [function, count] : round.losses.blocks()) {
+    if (isAnyOf(function, kKeptForGood)) {
+      EXPECT_LE(count, 1) << "kept by " << function;
+      continue;
+    }
+    EXPECT_TRUE(mayKeepDevice && isAnyOf(function, kKeptOfDevice))
+        << "lost " << count << " blocks of " << function;
+    devices += function.find("addSsdDevice") != std::string::npos ? count : 0;
+  }
+  if (plan.call != Call::kMemory) {
+    EXPECT_EQ(devices, start.lostDevices);
+  }
+}
+
+std::vector<std::string> watched(const Start& start) {
+  std::vector<std::string> names;
+  for (const auto& drive : theTill().machine.drives()) {
+    if (start.missing.count(drive->name) == 0) {
+      names.push_back(drive->name);
+    }
+  }
+  return names;
+}
+
+void expectNextRequestRight(const Scenario& scenario, const Round& round, const Start& start) {
+  if (start.dead || scenario.name == "cleanup" || scenario.name == "unload") {
+    EXPECT_EQ(round.next.status.rc, CMPI_RC_ERR_METHOD_NOT_AVAILABLE);
+    return;
+  }
+  const Readings expected = right(start);
+  EXPECT_EQ(round.next.status.rc, expected.empty() ? CMPI_RC_ERR_FAILED : CMPI_RC_OK);
+  EXPECT_EQ(text(shown(round.next)), text(expected));
+  EXPECT_EQ(round.next.doneCalls, 1U);
+}
+
+Score failEverySite(const Scenario& scenario, Call call, Judge judge) {
+  Plan plan;
+  plan.call = call;
+  const Round clean = run(scenario, plan);
+  {
+    SCOPED_TRACE("nothing fails");
+    judge(scenario, plan, clean, clean);
+  }
+  Score score;
+  score.sites = clean.made;
+  for (plan.nth = 1; plan.nth <= clean.made && !testing::Test::HasFailure(); ++plan.nth) {
+    for (const Failure& failure : failuresOf(call)) {
+      plan.failure = failure;
+      for (const bool forEver : {false, true}) {
+        plan.forEver = forEver;
+        tryPlan(scenario, plan, clean, judge, score);
+      }
+    }
+  }
+  return score;
+}
+
+}  // namespace fault
