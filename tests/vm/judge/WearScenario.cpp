@@ -22,6 +22,8 @@ constexpr char kIdentifyController[] = "06 00000000 00000001 00000000";
 constexpr char kIdentifyNamespace1[] = "06 00000001 00000000 00000000";
 constexpr char kHealthLog[] = "02 ffffffff 007f0002 00000000";
 
+constexpr unsigned kThreshold = 95;
+
 using Lines = std::vector<std::string>;
 
 std::string joined(const Lines& lines) {
@@ -78,6 +80,8 @@ void checkListed(const Step& step, const Step& peers, const std::vector<Expected
     report.check(drive != nullptr, serial + " is listed");
     if (drive != nullptr) {
       comparePeers(*drive, peers, wear, report);
+      report.check(drive->failing == (drive->percentage && *drive->percentage > kThreshold),
+                   serial + " is failing if its percentage is known and beyond the threshold");
     }
   }
 }
@@ -119,6 +123,11 @@ void judgeScsiRoad(const Step& step, Report& report) {
   }
   checkCommands(step, "statistics-7-pages", "no page is read beyond the log's end", {kSmartEnable},
                 {kGpDirectory, kSmartData}, report);
+  // Sense in fixed format holds other things where the library looks for the registers.
+  const std::string log = step.text("ssddrv.log");
+  report.check(log.find("SmartIo::getSmartLogDataSpt - Warning: Bad magic") != std::string::npos &&
+                   log.find("SAT Specific error=0x01, status=0x00") != std::string::npos,
+               "an aborted page read is logged by the bytes where the registers would be");
   checkCommands(step, "smart-disabled", "nothing follows a refused SMART ENABLE", {kSmartEnable},
                 {}, report);
   checkCommands(step, "rotating", "no command is sent to it", {}, {}, report);
