@@ -74,6 +74,10 @@ TEST(PreloadDrives, OtherDescriptorsMeetTheRealKernel) {
   EXPECT_EQ(lineOf("identity:/dev/null"), "failed ENOTTY ");
 }
 
+TEST(PreloadDrives, ClosedDescriptorsBelongToWhoeverGetsThemNext) {
+  EXPECT_EQ(lineOf("reuse:/dev/sda"), "failed ENOTTY");
+}
+
 TEST(PreloadDrives, JournalTellsTheBytesSent) {
   ProbeRun run(kDrives);
   run.run({"identity:/dev/sda", "drivecmd:/dev/sda:b0:04:d5:08", "readlog:/dev/sda:04:07",

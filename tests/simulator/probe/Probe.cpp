@@ -83,7 +83,8 @@ constexpr Command kCommands[] = {
     {"access", askAccess},       {"stat", askStatus},
     {"control", openAndControl}, {"leak", leak},
     {"usleep", sleepFor},        {"thread", startThread},
-    {"child", inChild},          {"threads", inThreads},
+    {"reuse", reuseDescriptor},  {"child", inChild},
+    {"threads", inThreads},
 };
 
 std::string run(const Arguments& words) {

@@ -33,5 +33,6 @@ std::string askAccess(const Arguments& arguments);
 std::string askStatus(const Arguments& arguments);
 std::string openAndControl(const Arguments& arguments);
 std::string leak(const Arguments& arguments);
+std::string reuseDescriptor(const Arguments& arguments);
 
 }  // namespace probe
