@@ -1,6 +1,8 @@
 // What a log call costs: one below the configured level, and one whose line is written.
 
+#include <algorithm>
 #include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -122,6 +124,34 @@ void lineFloor(benchmark::State& state) {
   close(fd);
 }
 
+/// What every line of ours is bound to, whoever writes it: a message formatted into a heap buffer
+/// of its own, the time, the process, the size of the file, one fwrite and one flush.
+void lineBound(benchmark::State& state) {
+  logLine(LOG_LEVEL_INFO);
+  fs::resize_file(bench::logPath(), 0);
+  logLine(LOG_LEVEL_INFO);
+  std::string line = contentOfLog();
+  const std::size_t columns = line.find(kMessage);
+  std::FILE* file = std::fopen(bench::logPath().c_str(), "a+");
+  {
+    const WrittenLines lines(state);
+    struct stat status;
+    timespec time{};
+    for (auto _ : state) {
+      const std::unique_ptr<char[]> buffer(new char[4096]);
+      std::snprintf(buffer.get(), 4096, "SsdDevice::getSsdData - POH = %lu, Percentage Used = %d",
+                    kHours, kPercentage);
+      line.replace(columns, sizeof(kMessage) - 1, buffer.get());
+      benchmark::DoNotOptimize(clock_gettime(CLOCK_REALTIME, &time));
+      benchmark::DoNotOptimize(getpid());
+      benchmark::DoNotOptimize(fstat(fileno(file), &status));
+      std::fwrite(line.data(), 1, line.size(), file);
+      std::fflush(file);
+    }
+  }
+  std::fclose(file);
+}
+
 void lineSpdlog(benchmark::State& state) {
   spdlogLine(spdlog::level::info);
   const int fd = open(bench::logPath().c_str(), O_RDONLY);
@@ -140,6 +170,7 @@ BENCHMARK(suppressedOurs)->Name("log_suppressed/ours");
 BENCHMARK(suppressedSpdlog)->Name("log_suppressed/reference");
 BENCHMARK(lineOurs)->Name("log_line/ours");
 BENCHMARK(lineFloor)->Name("log_line/floor");
+BENCHMARK(lineBound)->Name("log_line/bound");
 BENCHMARK(lineSpdlog)->Name("log_line/spdlog");
 
 }  // namespace

@@ -89,6 +89,16 @@ Row pairRow(const Pair& pair, const fs::path& directory) {
           ""};
 }
 
+/// Why a written line can't come near enough to the floor.
+std::string boundOfLine(const fs::path& directory) {
+  const Benchmarks group = table::readBenchmarks(directory, "log_line");
+  const Spread bound = table::spreadOf(
+      table::ratios(named(group, "log_line/bound"), named(group, "log_line/floor")));
+  return "what every line is bound to (a heap buffer of its own, vsnprintf, the clock, getpid, "
+         "fstat, fwrite and fflush) is " +
+         format("%.2f", bound.median) + " of the floor by itself";
+}
+
 /// Cost per drive among 100, over the cost of one alone.
 Row growthRow(const fs::path& directory) {
   const Repetitions one = named(table::readBenchmarks(directory, "list_1"), "list/ours");
@@ -142,8 +152,8 @@ Row sizeRow(const fs::path& directory) {
 }
 
 /// What the run in the virtual machine measured; a machine that can't run it has the reason there.
-Row peerRow(const json& peers, const char* key, const char* command) {
-  Row row = {key, "one reading, NVMe, real kernel", "-", command, {}, 0.02, ""};
+Row peerRow(const json& peers, const char* key, const char* what, const char* command) {
+  Row row = {key, what, "-", command, {}, 0.02, ""};
   if (!peers.contains(key)) {
     row.remark = peers.value("reason", "not measured");
     return row;
@@ -163,13 +173,17 @@ std::vector<Row> table::makeRows(const fs::path& directory) {
   std::vector<Row> rows;
   for (const Pair& pair : kPairs) {
     rows.push_back(pairRow(pair, directory));
-    if (rows.back().key == "list_100") {
+    if (rows.back().key == "log_line_floor") {
+      rows.back().remark = boundOfLine(directory);
+    } else if (rows.back().key == "list_100") {
       rows.push_back(growthRow(directory));
     }
   }
   const json peers = readObject(directory / "peers.json");
-  rows.push_back(peerRow(peers, "vs_smartctl", "smartctl -j -A -l devstat"));
-  rows.push_back(peerRow(peers, "vs_nvme_cli", "nvme smart-log -o json"));
+  rows.push_back(peerRow(peers, "vs_smartctl", "one reading, statistics, real kernel",
+                         "smartctl -j -A -l devstat"));
+  rows.push_back(
+      peerRow(peers, "vs_nvme_cli", "one reading, NVMe, real kernel", "nvme smart-log -o json"));
   rows.push_back(wakeupsRow(directory));
   rows.push_back(residentRow(directory));
   rows.push_back(sizeRow(directory));

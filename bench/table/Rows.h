@@ -17,7 +17,7 @@ struct Row {
   std::string comparedWith;
   std::optional<Spread> figure;  ///< nothing if it couldn't be measured here
   double goal;                   ///< the figure is to be at most this
-  std::string remark;            ///< why it couldn't be measured
+  std::string remark;            ///< why it couldn't be measured, or why the goal may be missed
 
   [[nodiscard]] bool met() const { return figure && figure->median <= goal; }
 };

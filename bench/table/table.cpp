@@ -7,6 +7,7 @@
 // with 0, whether or not all goals are met.
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -74,6 +75,14 @@ void printTable(const std::vector<Row>& rows) {
   }
 }
 
+void printRemarks(const std::vector<Row>& rows) {
+  for (const Row& row : rows) {
+    if (row.figure && !row.met() && !row.remark.empty()) {
+      std::printf("\n%s: %s\n", row.key.c_str(), row.remark.c_str());
+    }
+  }
+}
+
 void writeFile(const char* path, const std::string& text) {
   std::ofstream file(path);
   file << text;
@@ -100,7 +109,8 @@ ordered_json details(const std::vector<Row>& rows) {
       entry["figure"] = row.figure->median;
       entry["low"] = row.figure->low;
       entry["high"] = row.figure->high;
-    } else {
+    }
+    if (!row.met()) {
       entry["remark"] = row.remark;
     }
     entry["goal"] = row.goal;
@@ -118,6 +128,7 @@ int main(int argc, char** argv) try {
   }
   const std::vector<Row> rows = table::makeRows(argv[1]);
   printTable(rows);
+  printRemarks(rows);
   writeFile(argv[2], summary(rows).dump(2) + "\n");
   writeFile(argv[3], details(rows).dump(2) + "\n");
   writeFile(argv[4], table::plot(table::listCosts(argv[1])));
