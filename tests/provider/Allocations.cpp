@@ -1,6 +1,6 @@
 #include "tests/provider/Allocations.h"
 
-#include <cstdlib>
+#include <cstddef>
 #include <new>
 
 namespace {
@@ -29,18 +29,25 @@ bool allocations::failed() { return hasFailed; }
 allocations::Exempt::Exempt() { ++exemptions; }
 allocations::Exempt::~Exempt() { --exemptions; }
 
-void* operator new(std::size_t size) {
-  void* const memory = fails() ? nullptr : std::malloc(size != 0 ? size : 1);
-  if (memory == nullptr) {
+// What the linker leads the calls of operator new to, and what it was.
+extern "C" {
+
+void* __real__Znwm(std::size_t size);
+void* __real__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
+
+void* __wrap__Znwm(std::size_t size) {
+  if (fails()) {
     throw std::bad_alloc();
   }
-  return memory;
+  return __real__Znwm(size);
 }
 
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  return fails() ? nullptr : std::malloc(size != 0 ? size : 1);
+void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag) {
+  if (fails()) {
+    return nullptr;
+  }
+  const allocations::Exempt exempt;  // it calls the other one
+  return __real__ZnwmRKSt9nothrow_t(size, tag);
 }
 
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept { std::free(memory); }
+}  // extern "C"

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <mutex>
 #include <stdexcept>
@@ -11,6 +12,9 @@
 #include <unistd.h>
 
 #include "tests/provider/Allocations.h"
+
+/// The sanitizers' way to say where their reports go, in builds that have them.
+extern "C" void __sanitizer_set_report_fd(void* descriptor) __attribute__((weak));
 
 namespace {
 
@@ -99,6 +103,14 @@ class Recording {
   std::string text_;
 };
 
+/// Keeps the sanitizers' reports out of what is captured: the last one ends the process.
+void showReports() {
+  static const int shown = dup(STDERR_FILENO);
+  if (__sanitizer_set_report_fd != nullptr) {
+    __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<std::intptr_t>(shown)));
+  }
+}
+
 std::mutex recordingMutex;
 Recording* recording = nullptr;
 std::function<void(const std::string&)> eachWatcher;
@@ -112,6 +124,7 @@ void record(Recording* next) {
 
 std::string events::during(const std::function<void()>& action) {
   std::fflush(stdout);
+  showReports();
   Recording mine;
   struct Turn {
     explicit Turn(Recording* next) { record(next); }

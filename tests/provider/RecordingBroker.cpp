@@ -163,10 +163,12 @@ RecordingBroker::RecordingBroker(const char* name) {
   xft_.newThread = [](CMPIThreadFunc start, void* parameter, int detached) -> CMPI_THREAD_TYPE {
     const allocations::Exempt exempt;
     RecordingBroker& self = *current;
+    {
+      const std::lock_guard lock(self.mutex_);
+      self.threads_.push_back({start, parameter});  // it owns its block, whatever the call answers
+    }
     const Answer answer =
         self.enter("newThread", "newThread(detached=" + std::to_string(detached) + ")");
-    const std::lock_guard lock(self.mutex_);
-    self.threads_.push_back({start, parameter});
     return answer.null ? nullptr : &self;
   };
 
