@@ -99,6 +99,14 @@ TEST_F(Logging, MakesNoFileForASuppressedRecord) {
   EXPECT_FALSE(root().exists(kLogFile));
 }
 
+TEST_F(Logging, TellsBeforehandWhatWouldBeWritten) {
+  configure("Level=2\n");
+  EXPECT_TRUE(isLogged(LOG_LEVEL_OFF));
+  EXPECT_TRUE(isLogged(LOG_LEVEL_INFO));
+  EXPECT_FALSE(isLogged(LOG_LEVEL_DEBUG));
+  EXPECT_FALSE(root().exists(kLogFile));
+}
+
 TEST_F(Logging, TakesNoMemoryForASuppressedRecord) {
   configure("Level=1\n");
   LogQuick(LOG_LEVEL_ERROR, "the handler is there");
