@@ -177,7 +177,7 @@ PollingThread::~PollingThread() {
 
 void* readThread(void* obj) {
   Log(LOG_LEVEL_DEBUG, "readThread - entered");
-  assert(obj != __null);
+  assert(obj != __null);  // NOLINT(modernize-use-nullptr): the text is what support knows
 
   auto* self = static_cast<PollingThread*>(obj);
   while (self->running) {

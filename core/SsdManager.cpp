@@ -187,9 +187,9 @@ void SsdManager::copyDisplayInformation(SsdInformationList& list, int count) {
 }
 
 void SsdManager::SsdDeviceFailureImminent(SsdDevice& device) {
-  const std::string model = device.model();
-  const std::string serialNumber = device.serialNumber();
-  const std::string physicalDrive = device.physicalDrive();
+  const std::string& model = device.model();
+  const std::string& serialNumber = device.serialNumber();
+  const std::string& physicalDrive = device.physicalDrive();
   const std::uint8_t percentageUsed = device.percentageUsed();
   // "%used=%d" is "%u" and "sed=%d": the percentage serves both.
   Log(LOG_LEVEL_DEBUG,

@@ -11,7 +11,7 @@
 class LogRecord {
  public:
   /// Stamps the record with the present time, process and thread.
-  LogRecord(LOG_LEVEL level, std::string message);
+  LogRecord(LOG_LEVEL recordLevel, std::string text);
   virtual ~LogRecord() = default;
 
   /// Replaces `line` with the whole line, its line feed included:

@@ -97,7 +97,7 @@ const char* Utils::GetCharsKeyValue(const CMPIObjectPath* path, const char* name
     text = key.value.chars;
   } else {
     std::printf("Utils::GetCharsKeyValue - bad type %d(0x%x)\n", key.type, key.type);
-    throw status;
+    throw CMPIStatus(status);
   }
   return text != nullptr ? text : "";  // some brokers hand an empty key over as null
 }
