@@ -1,6 +1,9 @@
 #pragma once
 
+#include <string>
+
 #include "tools/ExitCode.h"
+#include "tools/HealthCheck.h"
 #include "tools/Options.h"
 #include "tools/OwnOutput.h"
 
@@ -11,5 +14,6 @@ ExitCode list(const Options& options, const std::string& library, const OwnOutpu
 ExitCode names(const Options& options, const std::string& library, const OwnOutput& output);
 ExitCode get(const Options& options, const std::string& library, const OwnOutput& output);
 ExitCode watch(const Options& options, const std::string& library, const OwnOutput& output);
+Health check(const Options& options, const std::string& library, const OwnOutput& output);
 
 }  // namespace ssdlife

@@ -2,7 +2,8 @@
 
 namespace ssdlife {
 
-// What the command's exit status says. Part of its interface: scripts depend on the numbers.
+// What the command's exit status says. Part of its interface: scripts depend on the numbers. The
+// command "check" has the four of Health in their place.
 enum class ExitCode {
   kOk = 0,
   kNothing = 1,     // no SSD answered, the request was refused, or too few indications came
@@ -13,7 +14,7 @@ enum class ExitCode {
   kMachine = 78,    // the machine file or the simulator is missing or unusable
 };
 
-// The table of the above for --help.
+// Both tables, for --help.
 inline constexpr const char* kExitCodes =
     "Exit status:\n"
     "  0   done\n"
@@ -22,6 +23,11 @@ inline constexpr const char* kExitCodes =
     "  3   the provider library is absent or broken\n"
     "  4   reading this machine's drives needs root\n"
     "  5   the driver in the library could not start\n"
-    "  78  the machine file or the simulator is missing or can't be used\n";
+    "  78  the machine file or the simulator is missing or can't be used\n"
+    "Exit status of check:\n"
+    "  0   OK: no drive is worn over --warning\n"
+    "  1   WARNING: one is over --warning\n"
+    "  2   CRITICAL: one is over --critical, or its failure is imminent\n"
+    "  3   UNKNOWN: a drive does not tell, or whatever else is 1 to 78 above\n";
 
 }  // namespace ssdlife

@@ -1,4 +1,5 @@
 #include "tools/Commands.h"
+#include "tools/Metrics.h"
 #include "tools/Show.h"
 #include "tools/SsdClient.h"
 
@@ -6,7 +7,9 @@ namespace ssdlife {
 
 ExitCode list(const Options& options, const std::string& library, const OwnOutput& output) {
   SsdClient client(library, options.like);
-  output.out(showDrives(client.list(), options.format));
+  const std::vector<Drive> drives = client.list();
+  output.out(options.format == Format::kPrometheus ? showMetrics(drives)
+                                                   : showDrives(drives, options.format));
   client.close();
   return ExitCode::kOk;
 }

@@ -12,12 +12,25 @@
 namespace ssdlife {
 namespace {
 
-// Text in, empty out if it is fine, else what is wrong with it.
+// The checks: text in, empty out if it is fine, else what is wrong with it.
+
 std::string positiveNumber(const std::string& text) {
   double number = 0;
   const bool positive =
       CLI::detail::lexical_cast(text, number) && std::isfinite(number) && number > 0;
   return positive ? "" : text + " is not a positive number";
+}
+
+// Up to the highest percentage that a drive can tell.
+std::string wholePercentage(const std::string& text) {
+  const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+  const bool small = digits && text.size() <= 3 && std::stoul(text) <= 254;
+  return small ? "" : text + " is not a whole percentage from 0 to 254";
+}
+
+Format formatOf(const std::string& name) {
+  return name == "json" ? Format::kJson
+                        : (name == "prometheus" ? Format::kPrometheus : Format::kTable);
 }
 
 void addGlobalOptions(CLI::App& app, Options& options) {
@@ -27,11 +40,10 @@ void addGlobalOptions(CLI::App& app, Options& options) {
   app.add_option("--machine", options.machine,
                  "Show the simulated machine of this file instead of the real one")
       ->type_name("FILE");
-  const auto takeFormat = [&options](const std::string& name) {
-    options.format = name == "json" ? Format::kJson : Format::kTable;
-  };
-  app.add_option_function<std::string>("--format", takeFormat, "table or json (default: table)")
-      ->check(CLI::IsMember({"table", "json"}).description(""))
+  const auto takeFormat = [&options](const std::string& name) { options.format = formatOf(name); };
+  app.add_option_function<std::string>("--format", takeFormat,
+                                       "table or json, for list also prometheus (default: table)")
+      ->check(CLI::IsMember({"table", "json", "prometheus"}).description(""))
       ->type_name("FORMAT");
   app.add_option("--like", options.like,
                  "Ask as this object manager would: plain, sfcb, pegasus or strict")
@@ -40,6 +52,18 @@ void addGlobalOptions(CLI::App& app, Options& options) {
   app.add_flag("--show-library-output", options.showLibraryOutput,
                "Let through what the library itself writes to standard output and error");
   app.set_version_flag("--version", std::string("ssdlife " SSDLIFE_VERSION));
+}
+
+void addCheck(CLI::App& check, Options& options) {
+  const auto add = [&](const char* name, unsigned& threshold, const char* state) {
+    const std::string description = "A drive with more of its life used is " + std::string(state);
+    check.add_option(name, threshold, description)
+        ->type_name("PERCENT")
+        ->capture_default_str()
+        ->check(CLI::Validator(wholePercentage, ""));
+  };
+  add("--warning", options.thresholds.warning, "WARNING");
+  add("--critical", options.thresholds.critical, "CRITICAL");
 }
 
 void addCommands(CLI::App& app, Options& options) {
@@ -56,6 +80,9 @@ void addCommands(CLI::App& app, Options& options) {
       ->add_option("DEVICEID", options.deviceId,
                    "Its DeviceID, or the beginning of it: the first SSD that matches is shown")
       ->required();
+  addCheck(
+      *add("check", Command::kCheck, "Tell a monitoring system how worn the SSDs are, as a plugin"),
+      options);
   CLI::App* const watch =
       add("watch", Command::kWatch, "Wait for SSDs whose failure becomes imminent");
   watch->add_option("--count", options.count, "End after so many indications")
@@ -64,6 +91,25 @@ void addCommands(CLI::App& app, Options& options) {
   watch->add_option("--for", options.seconds, "End after so many seconds")
       ->type_name("SECONDS")
       ->check(CLI::Validator(positiveNumber, ""));
+}
+
+// What each option allows, but not together.
+void requireSense(const CLI::App& app, const Options& options) {
+  const CLI::App* const command = app.get_subcommands().front();
+  const auto refuse = [](const std::string& what) {
+    throw Failure(ExitCode::kUsage, what + " (see ssdlife --help)");
+  };
+  const bool onlyTable = options.command == Command::kCheck;
+  if (options.format == Format::kPrometheus && options.command != Command::kList) {
+    refuse("--format prometheus is for list only");
+  }
+  if (options.format != Format::kTable && onlyTable) {
+    refuse("--format is not for " + command->get_name());
+  }
+  if (options.thresholds.warning > options.thresholds.critical) {
+    refuse("--warning " + std::to_string(options.thresholds.warning) + " is above --critical " +
+           std::to_string(options.thresholds.critical));
+  }
 }
 
 // One line, whatever the parser has to say.
@@ -76,8 +122,7 @@ std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
 
 }  // namespace
 
-std::optional<Options> readCommandLine(int argc, char** argv) {
-  Options options;
+bool readCommandLine(int argc, char** argv, Options& options) {
   CLI::App app("Shows how worn the SSDs of this machine are.", "ssdlife");
   addGlobalOptions(app, options);
   addCommands(app, options);
@@ -86,11 +131,15 @@ std::optional<Options> readCommandLine(int argc, char** argv) {
     app.parse(argc, argv);
   } catch (const CLI::Success& answered) {
     app.exit(answered, std::cout, std::cerr);
-    return std::nullopt;
+    return false;
   } catch (const CLI::ParseError& error) {
+    if (app.got_subcommand("check")) {
+      options.command = Command::kCheck;
+    }
     throw Failure(ExitCode::kUsage, complaint(app, error) + " (see ssdlife --help)");
   }
-  return options;
+  requireSense(app, options);
+  return true;
 }
 
 }  // namespace ssdlife

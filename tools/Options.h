@@ -3,10 +3,12 @@
 #include <optional>
 #include <string>
 
+#include "tools/HealthCheck.h"
+
 namespace ssdlife {
 
-enum class Format { kTable, kJson };
-enum class Command { kList, kNames, kGet, kWatch };
+enum class Format { kTable, kJson, kPrometheus };
+enum class Command { kList, kNames, kGet, kWatch, kCheck };
 
 // The command line, understood.
 struct Options {
@@ -20,10 +22,11 @@ struct Options {
   std::string deviceId;           // get
   std::optional<unsigned> count;  // watch: how many indications
   std::optional<double> seconds;  // watch: how long
+  Thresholds thresholds;          // check
 };
 
-// Reads the command line. Nothing when it asked for help or the version, which has been printed.
-// Throws Failure.
-std::optional<Options> readCommandLine(int argc, char** argv);
+// Reads the command line. False when it asked for help or the version, which has been printed.
+// Throws Failure; then options.command is what was asked for, if that could be told.
+bool readCommandLine(int argc, char** argv, Options& options);
 
 }  // namespace ssdlife

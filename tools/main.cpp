@@ -1,7 +1,6 @@
 #include <unistd.h>
 
 #include <exception>
-#include <iostream>
 #include <string>
 
 #include "tools/Commands.h"
@@ -14,55 +13,82 @@
 namespace ssdlife {
 namespace {
 
-ExitCode runCommand(const Options& options, const OwnOutput& output) {
+// What main returns, for either kind of exit status.
+template <typename Status>
+int number(Status status) {
+  return static_cast<int>(status);
+}
+
+int runCommand(const Options& options, const OwnOutput& output) {
   const std::string library = providerLibrary(options.library);
   switch (options.command) {
     case Command::kList:
-      return list(options, library, output);
+      return number(list(options, library, output));
     case Command::kNames:
-      return names(options, library, output);
+      return number(names(options, library, output));
     case Command::kGet:
-      return get(options, library, output);
+      return number(get(options, library, output));
     case Command::kWatch:
-      return watch(options, library, output);
+      return number(watch(options, library, output));
+    case Command::kCheck:
+      return number(check(options, library, output));
   }
-  return ExitCode::kUsage;
+  return number(ExitCode::kUsage);
 }
 
-// The line goes to the caller's standard error, whatever the library is given in its place.
-ExitCode run(const Options& options) {
+// Monitoring systems read standard output and know four states; all others are told on standard
+// error.
+int report(const Options& options, const OwnOutput& output, ExitCode code, const char* line) {
+  if (options.command != Command::kCheck) {
+    output.error(line);
+    return number(code);
+  }
+  const HealthReport unknown = unknownHealth(line);
+  try {
+    output.out(unknown.line);
+  } catch (const Failure& unwritten) {
+    output.error(unwritten.what());
+  }
+  return number(unknown.health);
+}
+
+// The line goes to the caller's streams, whatever the library is given in their place.
+int run(const Options& options) {
   const OwnOutput output(options.showLibraryOutput);
   try {
     return runCommand(options, output);
   } catch (const Failure& failure) {
-    output.error(failure.what());
-    return failure.exitCode();
+    return report(options, output, failure.exitCode(), failure.what());
   } catch (const std::exception& unforeseen) {
-    output.error(unforeseen.what());
-    return ExitCode::kNothing;
+    return report(options, output, ExitCode::kNothing, unforeseen.what());
   }
 }
 
-ExitCode start(int argc, char** argv) {
-  const auto options = readCommandLine(argc, argv);
-  if (!options) {
-    return ExitCode::kOk;
+// False when there is nothing to run.
+bool prepare(int argc, char** argv, Options& options) {
+  if (!readCommandLine(argc, argv, options)) {
+    return false;
   }
-  if (!options->machine.empty()) {
-    enterMachine(options->machine, providerLibrary(options->library), argv);
+  if (!options.machine.empty()) {
+    enterMachine(options.machine, providerLibrary(options.library), argv);
   }
   requirePrivilege(geteuid() == 0, onSimulatedMachine());
-  return run(*options);
+  return true;
+}
+
+int start(int argc, char** argv) {
+  Options options;
+  try {
+    if (!prepare(argc, argv, options)) {
+      return number(ExitCode::kOk);
+    }
+  } catch (const Failure& failure) {
+    return report(options, OwnOutput(true), failure.exitCode(), failure.what());
+  }
+  return run(options);
 }
 
 }  // namespace
 }  // namespace ssdlife
 
-int main(int argc, char** argv) {
-  try {
-    return static_cast<int>(ssdlife::start(argc, argv));
-  } catch (const ssdlife::Failure& failure) {
-    std::cerr << "ssdlife: " << failure.what() << '\n';
-    return static_cast<int>(failure.exitCode());
-  }
-}
+int main(int argc, char** argv) { return ssdlife::start(argc, argv); }

@@ -230,7 +230,7 @@ TEST_F(Command, AWrongCommandLineIsOneLineAndStatusTwo) {
       {{"list", "more"}, "The following argument was not expected: more"},
       {{"list", "--colour"}, "The following argument was not expected: --colour"},
       {{"get"}, "DEVICEID is required"},
-      {{"list", "--format", "xml"}, "--format: xml not in {table,json}"},
+      {{"list", "--format", "xml"}, "--format: xml not in {table,json,prometheus}"},
       {{"watch", "--count", "0"}, "--count: 0 is not a positive number"},
       {{"watch", "--count", "x"}, "--count: x is not a positive number"},
       {{"watch", "--count", "1.5"}, "Could not convert: --count = 1.5"},
@@ -250,8 +250,9 @@ TEST_F(Command, AWrongCommandLineIsOneLineAndStatusTwo) {
 TEST_F(Command, HelpTellsTheCommandsAndTheExitStatus) {
   CommandRun run({"--help"});
   EXPECT_EQ(run.start().exitStatus(), 0);
-  for (const char* const part : {"list", "names", "get", "watch", "--library PATH",
-                                 "--machine FILE", "--format FORMAT", "Exit status:", "  78  "}) {
+  for (const char* const part :
+       {"list", "names", "get", "watch", "check", "--library PATH", "--machine FILE",
+        "--format FORMAT", "Exit status:", "  78  ", "Exit status of check:"}) {
     EXPECT_NE(run.output().find(part), std::string::npos) << part;
   }
   EXPECT_EQ(run.error(), "");

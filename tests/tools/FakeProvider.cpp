@@ -1,8 +1,9 @@
 // Stands in for the provider library: the same factories and classes, drives out of a hat.
 //
-// FAKE_SSDS     till (or nothing): two drives; odd: one that calls itself strange things; empty: an
-//               empty answer; none: CMPI_RC_ERR_FAILED; unstarted:
-//               CMPI_RC_ERR_METHOD_NOT_AVAILABLE; refused: CMPI_RC_ERR_ACCESS_DENIED with a text
+// FAKE_SSDS     till (or nothing): two drives; young: the same, hardly worn; odd: one that calls
+//               itself strange things; empty: an empty answer; none: CMPI_RC_ERR_FAILED;
+//               unstarted: CMPI_RC_ERR_METHOD_NOT_AVAILABLE; refused: CMPI_RC_ERR_ACCESS_DENIED
+//               with a text
 // FAKE_EVENTS   how many indications follow when indications are enabled
 // FAKE_JOURNAL  a file that gets a line for each thing that is asked
 #include <cmpi/cmpimacs.h>
@@ -58,6 +59,10 @@ struct Ssd {
 std::vector<Ssd> ssds() {
   if (environment("FAKE_SSDS") == "odd") {
     return {{"Caf\xe9 \x1b[31mDisk", "S\xc3\xa9rie\x01", "", "sdb", ~0ULL, 101, 9, 0}};
+  }
+  if (environment("FAKE_SSDS") == "young") {
+    return {{"Transcend 64", "E2148", "20180526", "sda", 18422, 33, 2, 0},
+            {"KINGSTON SNV2S250G", "5002", "SBM02103", "nvme0", 7, 12, 2, 0}};
   }
   if (environment("FAKE_SSDS") == "empty") {
     return {};
