@@ -6,12 +6,13 @@
 #include <sys/stat.h>
 
 #include "base/KeyValueFile.h"
+#include "base/UniqueFile.h"
 
 namespace {
 
 constexpr char kConfigPath[] = "/etc/ssddrv/log.conf";
 constexpr char kDefaultLogPath[] = "/var/log/ssddrv/ssddrv.log";
-constexpr std::uint64_t kDefaultMaxLength = 10 * 1024 * 1024;
+constexpr std::uint64_t kDefaultMaxLength = 10ULL * 1024 * 1024;
 constexpr std::uint64_t kLeastMaxLength = 4096;
 
 bool meansYes(const std::string& value) {
@@ -33,11 +34,11 @@ void FileLogHandler::GetConfig() {
   maxLength = kDefaultMaxLength;
   isConsole = false;
 
-  std::FILE* config = std::fopen(kConfigPath, "r");
+  const UniqueFile config(std::fopen(kConfigPath, "r"));
   if (config == nullptr) {
     return;
   }
-  readKeyValueLines(config, "", [this](std::string_view key, const std::string& value) {
+  readKeyValueLines(config.get(), "", [this](std::string_view key, const std::string& value) {
     if (key == "FileName") {
       if (!value.empty()) {
         fileName = value;
@@ -56,7 +57,6 @@ void FileLogHandler::GetConfig() {
       }
     }
   });
-  std::fclose(config);
 }
 
 void FileLogHandler::Log(LogRecord& record) {
