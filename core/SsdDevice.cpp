@@ -123,20 +123,16 @@ bool SsdDevice::isFailing(std::uint8_t percentageUsed) const {
 }
 
 void SsdDevice::fireSsdDeviceFailureImminent() {
-  constexpr char kAlreadyFired[] =
-      "SsdDevice::fireSsdFailureImminent - already fired one Failure Imminent event - exiting";
-  if (_failureImminentFired != Report::kDue) {
-    LogQuick(LOG_LEVEL_TRACE, kAlreadyFired);
-    return;
-  }
-  if (_ssdDeviceListener == nullptr) {
+  if (_ssdDeviceListener == nullptr && _failureImminentFired == Report::kDue) {
     LogQuick(LOG_LEVEL_TRACE,
              "SsdDevice::fireSsdFailureImminent - no registered listeners - exiting");
     return;
   }
   Report due = Report::kDue;
   if (!_failureImminentFired.compare_exchange_strong(due, Report::kBeingSent)) {
-    LogQuick(LOG_LEVEL_TRACE, kAlreadyFired);
+    LogQuick(
+        LOG_LEVEL_TRACE,
+        "SsdDevice::fireSsdFailureImminent - already fired one Failure Imminent event - exiting");
     return;
   }
   try {
