@@ -18,7 +18,8 @@ namespace testkit {
 /// has been read, and the log holds nothing yet, when a test begins.
 class DeviceTest : public testing::Test {
  protected:
-  explicit DeviceTest(const std::string& settings = "") {
+  explicit DeviceTest(const std::string& settings = "", const std::string& logConf = "Level=4\n") {
+    root().write(kLogConf, logConf);
     root().write(kSsddrvIni, settings);
     Config::GetInstance();
     takeLog();

@@ -14,6 +14,11 @@ constexpr char kGoodSenseLine[] =
 
 class SatPassThrough : public DeviceTest {
  protected:
+  SatPassThrough() = default;
+  /// With a log of another level.
+  explicit SatPassThrough(const std::string& logConf) : DeviceTest("", logConf) {}
+
+ protected:
   bool readPage(const SatAnswer& answer) {
     const int fd = kernel().willOpen("/dev/sda", O_RDONLY);
     kernel().willPassThrough(fd, 0x04, 0x07, answer);
@@ -31,6 +36,11 @@ class SatPassThrough : public DeviceTest {
 
   Bytes buffer_ = Bytes(512 + 16, 0xEE);
   Lines log_;
+};
+
+class QuietSatPassThrough : public SatPassThrough {
+ protected:
+  QuietSatPassThrough() : SatPassThrough("Level=1\n") {}
 };
 
 }  // namespace
@@ -147,4 +157,12 @@ TEST_F(SatPassThrough, ReportsAFailedRequestAndLeavesTheBufferAlone) {
 TEST_F(SatPassThrough, TakesAPositiveResultForAFailure) {
   EXPECT_FALSE(readPage({Bytes(512, 0x5A), kGoodSense, refused(1)}));
   EXPECT_EQ(takeLog(), (Lines{"Debug: SmartIo::getSmartLogDataSpt - Ioctl failed, 0x00000005"}));
+}
+
+TEST_F(QuietSatPassThrough, JudgesTheSenseThatItDoesNotLog) {
+  EXPECT_TRUE(readPage({Bytes(512, 0x5A), kGoodSense, kGood}));
+  EXPECT_EQ(takeLog(), Lines{});
+  EXPECT_FALSE(readPage({Bytes(512, 0x5A), senseWith(0x04, 0x51), kGood}));
+  EXPECT_EQ(takeLog(), (Lines{"Error: SmartIo::getSmartLogDataSpt - SAT Specific error=0x04, "
+                              "status=0x51"}));
 }

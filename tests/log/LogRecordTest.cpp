@@ -105,6 +105,15 @@ TEST_F(Record, FollowsTheClockBackwards) {
   EXPECT_EQ(line().substr(0, 24), "15/11/2026 10:57:57.999\t");
 }
 
+TEST_F(Record, FollowsAHostThatChangesItsTimeZoneWithinASecond) {
+  setTime("2026-07-31 12:00:00", 0);
+  EXPECT_EQ(line().substr(0, 24), "31/07/2026 12:00:00.000\t");
+  setTimeZone("EST5");
+  EXPECT_EQ(line().substr(0, 24), "31/07/2026 07:00:00.000\t");
+  setTimeZone("EST5EDT,M3.2.0,M11.1.0");
+  EXPECT_EQ(line().substr(0, 24), "31/07/2026 08:00:00.000\t");
+}
+
 TEST_F(Record, PadsProcessAndThread) {
   fakeStamp().process = 1;
   fakeStamp().thread = 0x123400000ABC;

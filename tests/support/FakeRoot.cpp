@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/RealCalls.h"
+#include "tests/support/TempDir.h"
 
 namespace testkit {
 
@@ -39,11 +40,14 @@ struct FakeRoot::Directory {
 };
 
 FakeRoot& FakeRoot::instance() {
-  static FakeRoot root;
-  return root;
+  static auto* root = new FakeRoot;
+  return *root;
 }
 
 FakeRoot::FakeRoot() {
+  // Goes when the process ends, which may still write files of its own afterwards.
+  static const TempDir directory;
+  root_ = directory.path();
   write(kLogConf, "Level=4\n");
   std::filesystem::create_directories(place("/var/log/ssddrv"));
 }
@@ -51,7 +55,7 @@ FakeRoot::FakeRoot() {
 std::string FakeRoot::place(const std::string& path) const {
   for (const char* covered : {"/etc/ssddrv", "/var/log/ssddrv", "/sys/"}) {
     if (startsWith(path, covered)) {
-      return root_.path() + path;
+      return root_ + path;
     }
   }
   return path;

@@ -12,8 +12,6 @@
 #include <glob.h>
 #include <sys/types.h>
 
-#include "tests/support/TempDir.h"
-
 namespace testkit {
 
 /// The machine's files as the library sees them: "/etc/ssddrv/", "/var/log/ssddrv/" and "/sys/" lie
@@ -23,8 +21,8 @@ namespace testkit {
 /// through. Any call can be refused, and all are recorded. Any thread may use it.
 class FakeRoot {
  public:
-  /// The one of this process. Made by whoever comes first, which may be a static constructor of the
-  /// library.
+  /// The one of this process; never destroyed. Made by whoever comes first, which may be a static
+  /// constructor of the library.
   static FakeRoot& instance();
 
   // Files
@@ -86,7 +84,7 @@ class FakeRoot {
   bool isRefused(const std::string& call, const std::string& path);
   [[nodiscard]] std::string openPath(std::FILE* file) const;
 
-  TempDir root_;
+  std::string root_;  ///< where all lies
   mutable std::mutex mutex_;
   std::map<std::string, std::pair<int, int>> refusals_;  ///< "call path" -> error, times
   std::map<std::FILE*, std::string> openFiles_;
