@@ -1,23 +1,25 @@
-#vekssd_room_test(name SOURCES file... ROOMS room...) : a white - box test of the library's rooms.
+# vekssd_room_test(name SOURCES file... ROOMS room...): a white-box test of the library's rooms.
 #
-#The rooms' objects are linked in as they ship. What they ask of the system is answered by
-#tests / support, to which the linker leads these calls.
+# The rooms' objects are linked in as they ship. What they ask of the system is answered by
+# tests/support, to which the linker leads these calls.
 
-set(VEKSSD_SEAM access close closedir fclose fcntl fopen fstat fwrite glob globfree ioctl open
-        opendir pthread_create pthread_join pthread_mutex_lock pthread_rwlock_wrlock readdir
-            sched_yield usleep)
+set(VEKSSD_SEAM
+  access close closedir fclose fcntl fopen fstat fwrite glob globfree ioctl open opendir
+  pthread_create pthread_join pthread_mutex_lock pthread_rwlock_wrlock readdir sched_yield usleep)
 
-    function(vekssd_room_test name) cmake_parse_arguments(arg
-                                                          ""
-                                                          ""
-                                                          "SOURCES;ROOMS" ${ARGN})
-        add_executable(${name} ${arg_SOURCES})
-#An object library carries no objects of the rooms that it depends on : each is named.
-            list(TRANSFORM arg_ROOMS PREPEND "vekssd_") target_link_libraries(${name} PRIVATE ${
-                arg_ROOMS} vekssd_test_support Threads::Threads) foreach (call IN LISTS VEKSSD_SEAM)
-                target_link_options(${name} PRIVATE "-Wl,--wrap=${call}") endforeach()
-                    vekssd_warnings(${name})
-                        gtest_discover_tests(${name} PROPERTIES TIMEOUT 120 ENVIRONMENT
-                                             "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/"
-                                             "tests/support/lsan.supp:print_suppressions=0")
-                            endfunction()
+function(vekssd_room_test name)
+  cmake_parse_arguments(arg "" "" "SOURCES;ROOMS" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  # An object library carries no objects of the rooms that it depends on: each is named.
+  list(TRANSFORM arg_ROOMS PREPEND "vekssd_")
+  target_link_libraries(${name} PRIVATE ${arg_ROOMS} vekssd_test_support Threads::Threads)
+  foreach(call IN LISTS VEKSSD_SEAM)
+    target_link_options(${name} PRIVATE "-Wl,--wrap=${call}")
+  endforeach()
+  vekssd_warnings(${name})
+  gtest_discover_tests(${name}
+    PROPERTIES
+      TIMEOUT 120
+      ENVIRONMENT
+        "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0")
+endfunction()
