@@ -24,7 +24,9 @@ struct Drive {
   std::string serialNumber;
   std::atomic<std::uint8_t> percentage{0};
   std::atomic<std::uint64_t> hours{0};
-  std::atomic<unsigned> opened{0};  ///< since the machine was last started
+  std::atomic<unsigned> opened{0};    ///< since the machine was last started
+  std::atomic<bool> hanging{false};   ///< commands don't come back before this ends
+  std::atomic<bool> refusing{false};  ///< commands come back with an error
 
   std::string node() const { return "/dev/" + name; }
   std::string deviceId() const { return model + "___" + serialNumber + "___" + name; }

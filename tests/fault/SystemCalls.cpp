@@ -144,6 +144,13 @@ int libraryIoctl(int fd, unsigned long request, void* argument) {
   if (failure && failure->kind == Failure::kStatus) {
     return failure->number;
   }
+  while (drive->hanging.load(std::memory_order_relaxed)) {
+    usleep(1000);
+  }
+  if (drive->refusing.load(std::memory_order_relaxed)) {
+    errno = EIO;
+    return -1;
+  }
   return fault::answer(*drive, request, argument, failure.has_value());
 }
 
