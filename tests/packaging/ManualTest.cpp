@@ -99,7 +99,7 @@ TEST(Manual, TellsOfEveryExitStatusOfSsdlife) {
 TEST(Manual, ItsExamplesOfSsdlifeRun) {
   const std::string text = page("ssdlife.8");
   const auto examples = all(text, "^ ssdlife (--machine [^\n]*)$");
-  ASSERT_EQ(examples.size(), 2U);
+  ASSERT_EQ(examples.size(), 3U);
   for (std::string example : examples) {
     const std::string installed = "/usr/share/vekssdprov/machines";
     example.replace(example.find(installed), installed.size(), PROJECT_DIRECTORY "/machines");
@@ -167,7 +167,8 @@ TEST(Completion, OffersTheOptionsOfSsdlifeAndOfTheCommand) {
 }
 
 TEST(Completion, OffersFormatsAndLeavesFilesToBash) {
-  EXPECT_EQ(offered("ssdlife --format \"\""), (std::set<std::string>{"table", "json"}));
+  EXPECT_EQ(offered("ssdlife --format \"\""),
+            (std::set<std::string>{"table", "json", "prometheus"}));
   EXPECT_THAT(offered("ssdlife --machine \"\""), IsEmpty());
   EXPECT_THAT(offered("ssdlife list \"\""), IsEmpty());
 }
