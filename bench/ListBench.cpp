@@ -32,21 +32,18 @@ bool isRight(const SsdInformationList& list) {
   return right;
 }
 
-bool allAnswered(std::uint64_t before, const benchmark::State& state) {
-  return bench::answeredRequests() - before ==
-         state.iterations() * bench::driveCount() * bench::kStatisticsRequests;
-}
+std::uint64_t requestsPerList() { return bench::driveCount() * bench::kStatisticsRequests; }
 
 void listOurs(benchmark::State& state) {
   SsdApi& api = startedApi();
   bool right = true;
-  const std::uint64_t before = bench::answeredRequests();
+  const bench::AnsweredRequests requests;
   for (auto _ : state) {
     SsdInformationList list;
     right = api.getSsdInformationList(list) == SSD_SUCCESS && right;
     benchmark::DoNotOptimize(list.data());
   }
-  right = right && allAnswered(before, state);
+  right = right && requests.are(requestsPerList(), state);
   SsdInformationList list;
   api.getSsdInformationList(list);
   bench::check(state, right && isRight(list), "the list is not right");
@@ -58,7 +55,7 @@ void listBare(benchmark::State& state) {
     nodes.push_back("/dev/" + bench::driveName(i));
   }
   bench::Reading reading;
-  const std::uint64_t before = bench::answeredRequests();
+  const bench::AnsweredRequests requests;
   for (auto _ : state) {
     for (const std::string& node : nodes) {
       reading = bench::readStatisticsBare(node.c_str());
@@ -66,7 +63,7 @@ void listBare(benchmark::State& state) {
     }
   }
   bench::check(state,
-               allAnswered(before, state) &&
+               requests.are(requestsPerList(), state) &&
                    reading.percentageUsed == bench::kStatisticsPercentage &&
                    reading.poweredOnHours == bench::kPowerOnHours,
                "the drives were not read right");

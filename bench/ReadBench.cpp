@@ -53,14 +53,14 @@ SsdDevice& makeDevice(const Kind& kind) {
 template <const Kind& kind>
 void readOurs(benchmark::State& state) {
   static SsdDevice& device = makeDevice(kind);
-  const std::uint64_t before = bench::answeredRequests();
+  const bench::AnsweredRequests requests;
   for (auto _ : state) {
     device.getSsdData();
   }
   SsdInformation information;
   device.copySsdInformation(information);
   bench::check(state,
-               bench::answeredRequests() - before == state.iterations() * kind.requests &&
+               requests.are(kind.requests, state) &&
                    information.percentageUsed == kind.expected.percentageUsed &&
                    information.poweredOnHours == kind.expected.poweredOnHours,
                "the drive was not read right");
@@ -69,13 +69,13 @@ void readOurs(benchmark::State& state) {
 template <const Kind& kind>
 void readBare(benchmark::State& state) {
   bench::Reading reading;
-  const std::uint64_t before = bench::answeredRequests();
+  const bench::AnsweredRequests requests;
   for (auto _ : state) {
     reading = kind.readBare(kind.node);
     benchmark::DoNotOptimize(reading);
   }
   bench::check(state,
-               bench::answeredRequests() - before == state.iterations() * kind.requests &&
+               requests.are(kind.requests, state) &&
                    reading.percentageUsed == kind.expected.percentageUsed &&
                    reading.poweredOnHours == kind.expected.poweredOnHours,
                "the drive was not read right");
