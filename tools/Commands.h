@@ -14,6 +14,7 @@ ExitCode list(const Options& options, const std::string& library, const OwnOutpu
 ExitCode names(const Options& options, const std::string& library, const OwnOutput& output);
 ExitCode get(const Options& options, const std::string& library, const OwnOutput& output);
 ExitCode watch(const Options& options, const std::string& library, const OwnOutput& output);
+ExitCode roads(const Options& options, const std::string& library, const OwnOutput& output);
 Health check(const Options& options, const std::string& library, const OwnOutput& output);
 
 }  // namespace ssdlife

@@ -80,6 +80,10 @@ void addCommands(CLI::App& app, Options& options) {
       ->add_option("DEVICEID", options.deviceId,
                    "Its DeviceID, or the beginning of it: the first SSD that matches is shown")
       ->required();
+  add("roads", Command::kRoads, "Show what each road to one drive answers, and which to take")
+      ->add_option("DRIVE", options.deviceId,
+                   "Its name below /dev, or its DeviceID or the beginning of that")
+      ->required();
   addCheck(
       *add("check", Command::kCheck, "Tell a monitoring system how worn the SSDs are, as a plugin"),
       options);

@@ -8,7 +8,7 @@
 namespace ssdlife {
 
 enum class Format { kTable, kJson, kPrometheus };
-enum class Command { kList, kNames, kGet, kWatch, kCheck };
+enum class Command { kList, kNames, kGet, kWatch, kRoads, kCheck };
 
 // The command line, understood.
 struct Options {
@@ -19,7 +19,7 @@ struct Options {
   std::string like = "plain";  // the object manager that is played
   bool showLibraryOutput = false;
 
-  std::string deviceId;           // get
+  std::string deviceId;           // get; roads, which also takes the name of a node
   std::optional<unsigned> count;  // watch: how many indications
   std::optional<double> seconds;  // watch: how long
   Thresholds thresholds;          // check

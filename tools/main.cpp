@@ -30,6 +30,8 @@ int runCommand(const Options& options, const OwnOutput& output) {
       return number(get(options, library, output));
     case Command::kWatch:
       return number(watch(options, library, output));
+    case Command::kRoads:
+      return number(roads(options, library, output));
     case Command::kCheck:
       return number(check(options, library, output));
   }
