@@ -44,7 +44,7 @@ class SecondText {
   std::int64_t seconds_ VEKSSD_GUARDED_BY(mutex_) = 0;
   long timezone_ VEKSSD_GUARDED_BY(mutex_) = 0;
   int daylight_ VEKSSD_GUARDED_BY(mutex_) = 0;
-  char text_[kSecondTextLength] VEKSSD_GUARDED_BY(mutex_);
+  char text_[kSecondTextLength] VEKSSD_GUARDED_BY(mutex_) = {};
 };
 
 /// Never destroyed: lines are logged until the library has gone.
