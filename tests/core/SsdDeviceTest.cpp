@@ -117,6 +117,17 @@ TEST_F(CoreTest, ADeviceIsConstructedAroundItsPollingThread) {
              "Debug: SsdDevice destroyed", "Debug: PollingThread Destroyed"}));
 }
 
+TEST(SsdInformation, BeginsEmpty) {
+  const SsdInformation information;
+  EXPECT_EQ(information.model + information.serialNumber + information.physicalDrive +
+                information.firmwareVersion,
+            "");
+  EXPECT_EQ(information.poweredOnHours, 0U);
+  EXPECT_EQ(information.percentageUsed, 0);
+  EXPECT_EQ(information.percentageUsedSource, 0);
+  EXPECT_FALSE(information.failureImminent);
+}
+
 TEST_F(Device, IsEmptyBeforeItIsSetUp) {
   const SsdInformation empty = information();
   EXPECT_EQ(empty.model + empty.serialNumber + empty.physicalDrive + empty.firmwareVersion, "");

@@ -21,6 +21,15 @@ class SmartEnable : public DeviceTest {};
 
 }  // namespace
 
+TEST(IdentifyData, BeginsKnowingNothing) {
+  const IdentifyData identify;
+  EXPECT_FALSE(identify.nonRotating);
+  EXPECT_EQ(identify.ataMajorVersion, 0U);
+  EXPECT_EQ(identify.serialNumber + identify.model + identify.firmwareVersion, "");
+  EXPECT_EQ(identify.namespaceId, -1);
+  EXPECT_EQ(identify.identifySource, 0U);
+}
+
 TEST_F(AtaIdentify, FillsTheRecordFromTheWordsOfTheSector) {
   willAnswer(identifySector({"SanDisk SSD U100 64GB", "123456789012", "10.52.01", 1, 0x03F0}));
   EXPECT_TRUE(SmartIo::getIdentifyData("/dev/sda", identify_));
@@ -102,7 +111,7 @@ TEST_F(AtaIdentify, TakesEachFieldAtItsFullWidth) {
   const std::string serialNumber = "S2345678901234567890";
   const std::string firmware = "F2345678";
   Bytes sector = identifySector({model, serialNumber, firmware, 1, 0});
-  for (const std::size_t neighbour : {19, 40, 45, 94}) {
+  for (const std::size_t neighbour : {19U, 40U, 45U, 94U}) {
     sector[neighbour] = 'x';
   }
   willAnswer(sector);

@@ -42,6 +42,21 @@ Bytes firstOf(const Bytes& bytes, std::size_t length) {
 
 }  // namespace
 
+TEST(SsdValues, BeginAsNoughtWithoutAttributes) {
+  const SsdValues values;
+  EXPECT_EQ(values.percentageUsed, 0);
+  EXPECT_EQ(values.poweredOnHours, 0U);
+  EXPECT_TRUE(values.attributes.empty());
+  EXPECT_FALSE(values.traceAttributes);
+  const SsdAttr attribute;
+  EXPECT_EQ(attribute.index, 0);
+  EXPECT_EQ(attribute.flags, 0);
+  EXPECT_EQ(attribute.current, 0);
+  EXPECT_EQ(attribute.worst, 0);
+  EXPECT_EQ(attribute.raw, 0U);
+  EXPECT_EQ(kPercentageUnknown, 255);
+}
+
 TEST_F(SmartSector, IsCopiedFromBehindTheFourRegisters) {
   const Bytes sector = countingBytes(512);
   const int fd = kernel().willOpen("/dev/sda", O_RDONLY);

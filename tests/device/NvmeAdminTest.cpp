@@ -367,3 +367,22 @@ TEST_F(NvmeIdentify, ReportsAFailedFcntlAndLeavesTheNodeOpen) {
             (Lines{"Error: SmartIo::getIdentifyNVMeData - fcntl /dev/nvme0 failed, 22"}));
   expectUntouchedBut(-1);
 }
+
+// The host process may have closed its standard input.
+TEST_F(NvmeIdentify, WorksOnTheDescriptorNought) {
+  kernel().willOpenAs(0, kNode, kFlags);
+  kernel().willSetCloseOnExec(0);
+  kernel().willAskNamespace(0, fails(ENOTTY));
+  willIdentifyController(0, 0);
+  kernel().willClose(0);
+  EXPECT_TRUE(SmartIo::getIdentifyNVMeData(kNode, identify_));
+}
+
+TEST_F(NvmeHealth, WorksOnTheDescriptorNought) {
+  kernel().willOpenAs(0, kNode, kFlags);
+  kernel().willSetCloseOnExec(0);
+  kernel().willAdmin(0, kReadHealthLog, {healthLog(42, 1), 0, kGood});
+  kernel().willClose(0);
+  EXPECT_TRUE(SmartIo::nvme_read_smart_log(kNode, values_));
+  EXPECT_EQ(values_.percentageUsed, 42);
+}

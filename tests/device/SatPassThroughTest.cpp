@@ -95,7 +95,7 @@ TEST_F(SatPassThrough, JudgesByStatusAndErrorRegistersAlone) {
 }
 
 TEST_F(SatPassThrough, WarnsOfSenseDataOfAnotherFormAndGoesOn) {
-  for (const std::size_t odd : {0, 7, 8, 9}) {
+  for (const std::size_t odd : {0U, 7U, 8U, 9U}) {
     Sense sense = kGoodSense;
     sense[odd] = 0x70;
     EXPECT_TRUE(judge(sense)) << odd;

@@ -132,7 +132,7 @@ bool FakeKernel::ownsPath(const std::string& path) {
   return path.compare(0, 7, "/dev/sd") == 0 || path.compare(0, 9, "/dev/nvme") == 0;
 }
 
-bool FakeKernel::ownsDescriptor(int fd) { return fd >= kFirstDescriptor; }
+bool FakeKernel::ownsDescriptor(int fd) const { return fd >= kFirstDescriptor || isOpen(fd); }
 
 void FakeKernel::expect(const std::string& call, std::function<int(void*)> answer) {
   const std::lock_guard lock(mutex_);
@@ -141,12 +141,16 @@ void FakeKernel::expect(const std::string& call, std::function<int(void*)> answe
 
 int FakeKernel::willOpen(const std::string& path, int flags) {
   const int fd = nextDescriptor_++;
+  willOpenAs(fd, path, flags);
+  return fd;
+}
+
+void FakeKernel::willOpenAs(int fd, const std::string& path, int flags) {
   expect(openCall(path, flags), [this, fd, path](void*) {
     const std::lock_guard lock(mutex_);
     open_[fd] = path;
     return fd;
   });
-  return fd;
 }
 
 void FakeKernel::willRefuseOpen(const std::string& path, int flags, int error) {

@@ -72,6 +72,8 @@ class FakeKernel {
 
   /// Gives the descriptor that open will return.
   int willOpen(const std::string& path, int flags);
+  /// The same for a descriptor of the test's choice.
+  void willOpenAs(int fd, const std::string& path, int flags);
   void willRefuseOpen(const std::string& path, int flags, int error);
   void willClose(int fd);
   void willSetCloseOnExec(int fd, Outcome outcome = kGood);
@@ -110,7 +112,7 @@ class FakeKernel {
 
   // Called by the seam.
   [[nodiscard]] static bool ownsPath(const std::string& path);
-  [[nodiscard]] static bool ownsDescriptor(int fd);
+  [[nodiscard]] bool ownsDescriptor(int fd) const;
   int open(const std::string& path, int flags);
   int close(int fd);
   int setDescriptorFlags(int fd, int flags);

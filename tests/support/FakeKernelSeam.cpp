@@ -29,7 +29,8 @@ int __wrap_open(const char* path, int flags, ...) {
 
 int __wrap_close(int fd) {
   const Exempt exempt;
-  return FakeKernel::ownsDescriptor(fd) ? FakeKernel::instance().close(fd) : __real_close(fd);
+  return FakeKernel::instance().ownsDescriptor(fd) ? FakeKernel::instance().close(fd)
+                                                   : __real_close(fd);
 }
 
 int __wrap_fcntl(int fd, int command, ...) {
@@ -38,7 +39,7 @@ int __wrap_fcntl(int fd, int command, ...) {
   va_start(arguments, command);
   void* argument = va_arg(arguments, void*);
   va_end(arguments);
-  if (FakeKernel::ownsDescriptor(fd) && command == F_SETFD) {
+  if (FakeKernel::instance().ownsDescriptor(fd) && command == F_SETFD) {
     return FakeKernel::instance().setDescriptorFlags(
         fd, static_cast<int>(reinterpret_cast<std::intptr_t>(argument)));
   }
@@ -51,8 +52,9 @@ int __wrap_ioctl(int fd, unsigned long request, ...) {
   va_start(arguments, request);
   void* argument = va_arg(arguments, void*);
   va_end(arguments);
-  return FakeKernel::ownsDescriptor(fd) ? FakeKernel::instance().ioctl(fd, request, argument)
-                                        : __real_ioctl(fd, request, argument);
+  return FakeKernel::instance().ownsDescriptor(fd)
+             ? FakeKernel::instance().ioctl(fd, request, argument)
+             : __real_ioctl(fd, request, argument);
 }
 
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
