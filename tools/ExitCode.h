@@ -11,7 +11,7 @@ enum class ExitCode {
   kLibrary = 3,     // the provider library is absent or broken
   kPrivilege = 4,   // reading real drives needs root
   kNotStarted = 5,  // the library is there, but its driver could not start
-  kMachine = 78,    // the machine file or the simulator is missing or unusable
+  kMachine = 78,    // a machine file, the simulator or the recorder is missing or unusable
 };
 
 // Both tables, for --help.
@@ -23,7 +23,7 @@ inline constexpr const char* kExitCodes =
     "  3   the provider library is absent or broken\n"
     "  4   reading this machine's drives needs root\n"
     "  5   the driver in the library could not start\n"
-    "  78  the machine file or the simulator is missing or can't be used\n"
+    "  78  the machine file, the simulator or the recorder is missing or can't be used\n"
     "Exit status of check:\n"
     "  0   OK: no drive is worn over --warning\n"
     "  1   WARNING: one is over --warning\n"

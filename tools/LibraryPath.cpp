@@ -9,7 +9,6 @@ namespace ssdlife {
 namespace {
 
 constexpr const char* kProviderName = "libvekssdprov.so.0";
-constexpr const char* kSimulatorName = "libvekssdsim.so";
 
 }  // namespace
 
@@ -26,15 +25,15 @@ std::string providerLibrary(const std::string& asked) {
   return access(beside.c_str(), F_OK) == 0 ? beside : kProviderName;
 }
 
-std::vector<std::string> simulatorCandidates(const std::string& library) {
+std::vector<std::string> preloadCandidates(const std::string& name, const std::string& library) {
   std::vector<std::string> candidates;
   const std::string folder = std::filesystem::path(library).parent_path().string();
   if (!folder.empty()) {
-    candidates.push_back(folder + '/' + kSimulatorName);
+    candidates.push_back(folder + '/' + name);
   }
   const std::string prefix = ownFolder() + "/../";
   for (const char* const place : {"lib/", SSDLIFE_LIBDIR "/ssddrv/", "lib/ssddrv/"}) {
-    candidates.push_back(prefix + place + kSimulatorName);
+    candidates.push_back(prefix + place + name);
   }
   return candidates;
 }

@@ -12,8 +12,8 @@ std::string ownFolder();
 // in a build or an installation; else its plain name, for the dynamic loader to find.
 std::string providerLibrary(const std::string& asked);
 
-// Where the simulator may be, in the order in which they are tried: next to the library, then
-// where a build and an installation put it.
-std::vector<std::string> simulatorCandidates(const std::string& library);
+// Where a library to preload may be, in the order in which the places are tried: next to the
+// provider library, then where a build and an installation put it.
+std::vector<std::string> preloadCandidates(const std::string& name, const std::string& library);
 
 }  // namespace ssdlife

@@ -87,6 +87,11 @@ void addCommands(CLI::App& app, Options& options) {
   addCheck(
       *add("check", Command::kCheck, "Tell a monitoring system how worn the SSDs are, as a plugin"),
       options);
+  CLI::App* const record = add("record", Command::kRecord,
+                               "Write a machine file that says again what the drives say now");
+  record->add_option("FILE", options.recordFile, "The machine file, for --machine")->required();
+  record->add_flag("--anonymous", options.anonymous,
+                   "Replace the drives' serial numbers by made-up ones");
   CLI::App* const watch =
       add("watch", Command::kWatch, "Wait for SSDs whose failure becomes imminent");
   watch->add_option("--count", options.count, "End after so many indications")
@@ -103,7 +108,7 @@ void requireSense(const CLI::App& app, const Options& options) {
   const auto refuse = [](const std::string& what) {
     throw Failure(ExitCode::kUsage, what + " (see ssdlife --help)");
   };
-  const bool onlyTable = options.command == Command::kCheck;
+  const bool onlyTable = options.command == Command::kCheck || options.command == Command::kRecord;
   if (options.format == Format::kPrometheus && options.command != Command::kList) {
     refuse("--format prometheus is for list only");
   }

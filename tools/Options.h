@@ -8,7 +8,7 @@
 namespace ssdlife {
 
 enum class Format { kTable, kJson, kPrometheus };
-enum class Command { kList, kNames, kGet, kWatch, kRoads, kCheck };
+enum class Command { kList, kNames, kGet, kWatch, kRoads, kRecord, kCheck };
 
 // The command line, understood.
 struct Options {
@@ -23,6 +23,8 @@ struct Options {
   std::optional<unsigned> count;  // watch: how many indications
   std::optional<double> seconds;  // watch: how long
   Thresholds thresholds;          // check
+  std::string recordFile;         // record
+  bool anonymous = false;         // record
 };
 
 // Reads the command line. False when it asked for help or the version, which has been printed.

@@ -8,6 +8,7 @@
 #include "tools/LibraryPath.h"
 #include "tools/Options.h"
 #include "tools/OwnOutput.h"
+#include "tools/RecordedRun.h"
 #include "tools/SimulatedMachine.h"
 
 namespace ssdlife {
@@ -32,6 +33,8 @@ int runCommand(const Options& options, const OwnOutput& output) {
       return number(watch(options, library, output));
     case Command::kRoads:
       return number(roads(options, library, output));
+    case Command::kRecord:
+      return number(record(options, library, output));
     case Command::kCheck:
       return number(check(options, library, output));
   }
@@ -75,6 +78,9 @@ bool prepare(int argc, char** argv, Options& options) {
     enterMachine(options.machine, providerLibrary(options.library), argv);
   }
   requirePrivilege(geteuid() == 0, onSimulatedMachine());
+  if (options.command == Command::kRecord) {
+    enterRecording(options.recordFile, options.anonymous, providerLibrary(options.library), argv);
+  }
   return true;
 }
 

@@ -23,8 +23,8 @@ TEST(LibraryPath, TheOneThatWasAskedForComesFirst) {
 }
 
 TEST(LibraryPath, TheSimulatorIsLookedForNextToTheLibraryFirst) {
-  const auto candidates = ssdlife::simulatorCandidates("/some/where/lib.so");
+  const auto candidates = ssdlife::preloadCandidates("libvekssdsim.so", "/some/where/lib.so");
   EXPECT_EQ(candidates.front(), "/some/where/libvekssdsim.so");
-  const auto withoutFolder = ssdlife::simulatorCandidates("lib.so");
+  const auto withoutFolder = ssdlife::preloadCandidates("libvekssdsim.so", "lib.so");
   EXPECT_EQ(withoutFolder.front(), ssdlife::ownFolder() + "/../lib/libvekssdsim.so");
 }
