@@ -492,6 +492,20 @@ TEST_F(Device, WithoutListenerHasItsFailureStillToReport) {
   EXPECT_EQ(readP4(96), (Lines{kRead, readingLine(8760, 96), kNoListeners}));
 }
 
+TEST_F(Device, LooksFirstWhetherItHasReported) {
+  for (ISsdDeviceListener* listener :
+       {static_cast<ISsdDeviceListener*>(&listener_), static_cast<ISsdDeviceListener*>(nullptr)}) {
+    willEnableSmart("/dev/sda");
+    willReadP4("/dev/sda", 96);
+    threads().refuseNext(EAGAIN);
+    EXPECT_FALSE(device_->initialise(ataDrive(kP4), "sda", "/dev/sda", listener));
+  }
+  const Lines log = takeLog();
+  EXPECT_EQ(std::count(log.begin(), log.end(), kTold96), 1);
+  EXPECT_EQ(std::count(log.begin(), log.end(), kAlreadyFired), 1);
+  EXPECT_EQ(std::count(log.begin(), log.end(), kNoListeners), 0);
+}
+
 TEST_F(Device, ReportsAgainWhatItsListenerFailedToTake) {
   startP4(95, &listener_);
   listener_.then = [] { throw std::bad_alloc(); };
