@@ -23,7 +23,7 @@ std::string knownErrno(int error) {
 }
 
 std::string offsetText(std::size_t offset) {
-  char text[16];
+  char text[2 * sizeof offset + sizeof "0x"];
   std::snprintf(text, sizeof text, "0x%03zx", offset);
   return text;
 }
