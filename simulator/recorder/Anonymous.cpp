@@ -120,7 +120,8 @@ void replaceIn(Bytes& data, const std::string& real, const std::string& madeUp) 
 }
 
 void clean(Bytes& data, const std::optional<Identity>& identity, const Serials& serials) {
-  const bool sealed = identity && identity->ata && sumsToZero(data);
+  const bool sealed =
+      identity && identity->ata && data.size() == ata::kSectorSize && sumsToZero(data);
   if (identity && identity->serial && holds(data, *identity->serial)) {
     const Field& field = *identity->serial;
     const auto known = serials.all().find(serialIn(data, field));
