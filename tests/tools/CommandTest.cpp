@@ -286,7 +286,8 @@ TEST_F(Command, ASimulatorThatCannotBePreloadedIsNotTakenForOne) {
   std::ofstream(file("libvekssdsim.so")) << "no library";
   CommandRun run({"list", "--library", file("provider.so"), "--machine", file("till.json")});
   EXPECT_EQ(run.start().exitStatus(), 78);
-  EXPECT_NE(run.error().find("ssdlife: the machine simulator could not be preloaded: "), std::string::npos);
+  EXPECT_NE(run.error().find("ssdlife: the machine simulator could not be preloaded: "),
+            std::string::npos);
   EXPECT_EQ(run.output(), "");
 }
 
