@@ -326,7 +326,7 @@ TEST_F(LogSequences, APollSaysWhatARequestSaysOfTheDrive) {
 TEST_F(LogSequences, AnEventOfAPollIsSaidOnceAndRememberedAfterwards) {
   TillRun worn(machineWith(sataDrive("sda", "S1", R"({"readings": [95, 95, 96, 97]})")));
   worn.setting("PollRate=60");
-  worn.run({"load", "indication-mi", "activate", "enable", "indication:20000", "sleep:1000",
+  worn.run({"load", "indication-mi", "activate", "enable", "indication:20000", "sleep:6000",
             "threads:20000", "cleanup-indication", "unload"});
   const std::vector<unsigned long> threads = threadsOf(worn.log());
   ASSERT_GE(threads.size(), 2U);
