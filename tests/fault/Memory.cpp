@@ -24,6 +24,7 @@
 namespace {
 
 std::atomic<bool> following{false};
+std::atomic<bool> seen{false};
 
 // ---- Who asks
 
@@ -235,6 +236,7 @@ void Memory::stopFollowing() { following = false; }
 
 void* Memory::allocated(const void* caller, void* (*allocate)(void* memory, std::size_t size),
                         void* memory, std::size_t size) {
+  seen.store(true, std::memory_order_relaxed);
   if (!following) {
     return allocate(memory, size);
   }
@@ -251,6 +253,8 @@ void* Memory::allocated(const void* caller, void* (*allocate)(void* memory, std:
   note(allocatedMemory, origin);
   return allocatedMemory;
 }
+
+bool Memory::seesAllocations() { return seen; }
 
 void Memory::freed(const void* memory) {
   if (following && memory != nullptr) {

@@ -19,6 +19,9 @@ class Memory {
   /// while the library's file is where it was loaded from.
   static std::map<std::string, int> held(const std::string& library);
 
+  /// Whether this executable sees allocations at all: under a sanitizer it doesn't.
+  static bool seesAllocations();
+
   /// An allocation by `allocate`, for `caller`: noted, or refused, if it is the library's.
   static void* allocated(const void* caller, void* (*allocate)(void* memory, std::size_t size),
                          void* memory, std::size_t size);
