@@ -68,7 +68,7 @@ TEST(LibraryFile, BearsItsVersionInItsName) {
 TEST(LibraryFile, NeedsTheLibrariesOfTheLanguagesAlone) {
   for (const std::string& needed : library().dynamicTexts(DT_NEEDED)) {
     EXPECT_TRUE(std::regex_match(
-        needed, std::regex("lib(stdc\\+\\+|gcc_s|c|m)\\.so\\.[0-9]+|ld-linux[^/]*")))
+        needed, std::regex("lib(stdc\\+\\+|gcc_s|c|m|[a-z]+san)\\.so\\.[0-9]+|ld-linux[^/]*")))
         << needed;
   }
 }
@@ -115,6 +115,7 @@ TEST(LibraryFile, KeepsItsTablesReadOnlyAndItsStackData) {
 
 // ---- The texts that field engineers look for ------------------------------------------------
 
+#ifndef VEKSSD_SANITIZED  // which leaves room around each
 std::string content(const char* name) {
   const ElfFile::Symbol& symbol = library().symbol(name);
   return library().bytesAt(symbol.address, symbol.size);
@@ -133,6 +134,7 @@ TEST(LibraryFile, HoldsItsVersionTextsInTheirLength) {
       std::regex("Built at [0-9]{2}:[0-9]{2}:[0-9]{2} on [A-Z][a-z]{2} [ 123][0-9] [0-9]{4}")))
       << built;
 }
+#endif
 
 TEST(LibraryFile, HoldsItsVersionTextsBetweenTheirMarks) {
   const auto address = [](const char* name) { return library().symbol(name).address; };
@@ -141,6 +143,7 @@ TEST(LibraryFile, HoldsItsVersionTextsBetweenTheirMarks) {
   EXPECT_LT(address("DspdrvVersion"), address("EyeCatcher1"));
 }
 
+#ifndef VEKSSD_SANITIZED  // whose checks name the files they stand in
 /// No path of the machine that built it.
 TEST(LibraryFile, DoesNotSayWhereItWasBuilt) {
   std::ifstream file(VEKSSD_LIBRARY, std::ios::binary);
@@ -148,5 +151,6 @@ TEST(LibraryFile, DoesNotSayWhereItWasBuilt) {
   EXPECT_EQ(bytes.find(VEKSSD_SOURCE_DIR "/provider"), std::string::npos);
   EXPECT_EQ(bytes.find(VEKSSD_SOURCE_DIR "/core"), std::string::npos);
 }
+#endif
 
 }  // namespace

@@ -25,6 +25,19 @@ TEST(Loading, TakesTheLibraryOutAfterItsIndicationToo) {
   EXPECT_EQ(till.step("unload").result, true);
 }
 
+/// The thread is still on its way when the library is given up; its code has to stay until it is
+/// through.
+TEST(Loading, WaitsForAnIndicationsThreadBeforeItsCodeGoes) {
+  TillRun till(machineWith(sataDrive("sda", "S1", R"({"readings": [95, 95, 96]})"),
+                           R"("time": {"scale": 1}, )"));
+  till.setting("PollRate=1000000");
+  till.run({"load", "instance-mi", "activate", "enable", "slow-indications:1500", "list",
+            "cleanup-instance", "unload-at-once", "threads:20000"});
+  EXPECT_EQ(till.step("unload-at-once").result, true);
+  EXPECT_EQ(countOf(till.step("list").err, "IndicateThread - Exit\n"), 0U);
+  EXPECT_EQ(countOf(till.step("unload-at-once").err, "IndicateThread - Exit\n"), 1U);
+}
+
 /// The log's own descriptor stays with each load, as its handler does.
 TEST(Loading, FiftyTimesLeavesNothingBehindButTheLogOfEachLoad) {
   TillRun till("till");
@@ -60,8 +73,9 @@ TEST(Loading, KeepsTheMachineOfEachLoadApart) {
 TEST(Loading, LeavesThePollingThreadsToTheDevices) {
   TillRun till("ten-nvme");
   till.setting("PollRate=1000000");
-  till.run({"load", "resources", "instance-mi", "resources", "cleanup-instance", "resources",
-            "unload", "resources"});
+  // Once before, for what a process gets together with its first thread.
+  till.run({"repeat-loading:1", "load", "resources", "instance-mi", "resources", "cleanup-instance",
+            "resources", "unload", "resources"});
   const auto threads = [&till](std::size_t nth) {
     return till.step("resources", nth).result.at("threads").get<int>();
   };

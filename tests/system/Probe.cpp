@@ -209,6 +209,16 @@ class Probe {
     return {{"calls", calls}, {"violations", broker().journal().violations()}};
   }
 
+  /// Gives the library up without waiting for the threads that it started, as managers do that
+  /// don't know of them.
+  bool unloadAtOnce() {
+    void* const again = dlopen(kLibrary, RTLD_NOW | RTLD_NOLOAD);
+    provider_->leaveLoaded();
+    dlclose(again);
+    dlclose(again);
+    return dlopen(kLibrary, RTLD_NOW | RTLD_NOLOAD) == nullptr;
+  }
+
   json repeatLoading(const std::string& times) {
     json result = {{"gone", 0}, {"before", resources()}};
     for (int i = 0; i < std::stoi(times); ++i) {
@@ -297,6 +307,7 @@ class Probe {
          return outcome(provider().cleanupIndicationMI(flagOf(about) != 0));
        }},
       {"unload", [this](const std::string&) { return json(provider().unload()); }},
+      {"unload-at-once", [this](const std::string&) { return json(unloadAtOnce()); }},
       {"stop", [this](const std::string&) { return json(manager_->stop()); }},
       {"leave-loaded",
        [this](const std::string&) {
@@ -354,6 +365,13 @@ class Probe {
          return outcome(manager_->unsubscribe(filterOf(about)));
        }},
       {"indication", [this](const std::string& about) { return waitForIndication(about); }},
+      {"slow-indications",
+       [this](const std::string& milliseconds) {
+         broker().onIndication([milliseconds](const cmpihost::Indication&) {
+           std::this_thread::sleep_for(std::chrono::milliseconds(std::stol(milliseconds)));
+         });
+         return json(true);
+       }},
       {"threads",
        [this](const std::string& about) {
          return json(broker().waitForThreads(std::chrono::milliseconds(std::stol(about))));
