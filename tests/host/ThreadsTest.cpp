@@ -1,6 +1,7 @@
 #include "host/Threads.h"
 
 #include <cmpi/cmpimacs.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -69,6 +70,29 @@ TEST(BrokerThreads, ADetachedThreadCannotBeJoinedButIsWaitedFor) {
   EXPECT_FALSE(broker.waitForThreads(10ms));
   held.go = true;
   EXPECT_TRUE(broker.waitForThreads(10s));
+}
+
+// A library may wait in its destructors for the threads that run its code, and holds the loader's
+// lock meanwhile.
+TEST(BrokerThreads, AThreadGetsGoingWhileALibraryUnloads) {
+  static Broker* broker = nullptr;
+  static Held held;
+  static bool gotGoing = false;
+  Broker own;
+  broker = &own;
+  void* const library = dlopen(UNLOAD_HOOK, RTLD_NOW);
+  ASSERT_NE(library, nullptr) << dlerror();
+  using CallAtUnload = void (*)(void (*)());
+  reinterpret_cast<CallAtUnload>(dlsym(library, "callAtUnload"))([] {
+    broker->cmpi()->xft->newThread(Held::run, &held, 1);
+    for (int i = 0; i < 5000 && !held.started; ++i) {
+      std::this_thread::sleep_for(1ms);
+    }
+    gotGoing = held.started;
+  });
+  dlclose(library);
+  held.go = true;
+  EXPECT_TRUE(gotGoing);
 }
 
 TEST(BrokerThreads, TheBrokerGoesOnlyWhenItsThreadsHaveGone) {
