@@ -19,19 +19,23 @@ namespace {
 /// Threads started and not ended yet. Nobody joins them, but the library's code must stay mapped
 /// until they are through.
 std::atomic<int> runningThreads{0};
+std::atomic<bool> someThreadRan{false};
 
 /// Runs after the static objects have gone, and with them the polling threads that could start
 /// another indication. The wait is bounded: a delivery may itself be waiting for this unloading.
 __attribute__((destructor(101))) void awaitIndicationThreads() {
   constexpr useconds_t kStepMicroseconds = 1000;
   constexpr int kMostSteps = 2000;
-  if (runningThreads == 0) {
+  constexpr useconds_t kWayOutMicroseconds = 50000;
+  if (!someThreadRan) {
     return;
   }
   for (int step = 0; runningThreads != 0 && step < kMostSteps; ++step) {
     usleep(kStepMicroseconds);
   }
-  usleep(kStepMicroseconds);  // for the last one's way out of this library
+  // For the last one's way out of this library, be the machine ever so busy: it has said that it is
+  // through, and yet has a few instructions left.
+  usleep(kWayOutMicroseconds);
 }
 
 /// Attaches the calling thread to a broker that can start threads only from one that it knows;
@@ -120,6 +124,7 @@ void startIndicationThread(std::unique_ptr<IndicationArguments> arguments) {
   const std::shared_ptr<CMPIContext> context = arguments->context;
   const CallerAttachment attachment(broker, context.get());
   ++runningThreads;
+  someThreadRan = true;
   // The thread owns its arguments. The result says nothing: brokers answer null for a detached
   // thread that runs.
   constexpr int kDetached = 1;
