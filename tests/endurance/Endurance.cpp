@@ -2,9 +2,9 @@
 // loaded, started and unloaded again and again. Descriptors, threads and resident memory are looked
 // at all the time; their slopes must be flat.
 //
-//   endurance days N        N days of ten-second polls over four drives, one of them failing each
-//   hour endurance rounds N      N times load, start, request, clean-up, unload endurance sick N N
-//   polls of an NVMe drive that fails every read: shows what that costs
+//   endurance days N      N days of ten-second polls over four drives, one of which fails each hour
+//   endurance rounds N    N times load, start, request, clean-up, unload
+//   endurance sick N      N polls of an NVMe drive that fails every read: shows what that costs
 
 #include <chrono>
 #include <cstdio>
