@@ -130,13 +130,14 @@ void SsdManager::scanNVMeController(const char* node) try {
 
 bool SsdManager::addSsdDevice(const IdentifyData& identify, const std::string& physicalDrive,
                               const std::string& devPath) {
+  // Before there is a device: one that couldn't be listed any more would be lost, and its thread
+  // never joined.
+  _ssdDeviceList.reserveOneMore();
   auto* device = new (std::nothrow) SsdDevice;
   if (device == nullptr) {
     logShortage();
     return false;
   }
-  // Before the device's thread runs: one that couldn't be listed any more would never be joined.
-  _ssdDeviceList.reserveOneMore();
   if (!device->initialise(identify, physicalDrive, devPath, this)) {
     return false;  // neither listed nor deleted: the listener may have heard of it
   }

@@ -369,6 +369,18 @@ TEST_F(Manager, ReportsADeviceForWhichThereIsNoMemory) {
   EXPECT_EQ(log_.back(), foundDevices(0));
 }
 
+TEST_F(Manager, MakesNoDeviceThatItCouldNotList) {
+  willFindP4("sda", 1);
+  root().addFixedDisk("sdb");
+  willIdentifyAta("/dev/sdb", {kP4});
+  kernel().meanwhile([] { allocations::refuse(2 * sizeof(SsdDevice*)); });
+  EXPECT_EQ(initialise(), SSD_SUCCESS);
+  allocations::refuseNone();
+  EXPECT_EQ(std::count(log_.begin(), log_.end(), "Debug: SsdDevice constructed"), 1);
+  EXPECT_EQ(std::count(log_.begin(), log_.end(), kNoMemory), 1);
+  EXPECT_EQ(log_.back(), foundDevices(1));
+}
+
 TEST_F(Manager, LeavesOutADriveWhoseTextsFindNoMemory) {
   root().addFixedDisk("sda");
   willIdentifyAta("/dev/sda", {kP4});

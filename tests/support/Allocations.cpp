@@ -12,10 +12,11 @@ constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 thread_local int exempt = 0;
 thread_local std::size_t made = 0;
 thread_local std::size_t refusedNothrowSize = kNever;
+thread_local std::size_t refusedSize = kNever;
 thread_local std::size_t refusedNumber = kNever;
 
 void* take(std::size_t size) {
-  if (exempt == 0 && made++ == refusedNumber) {
+  if (exempt == 0 && (made++ == refusedNumber || size == refusedSize)) {
     errno = ENOMEM;
     return nullptr;
   }
@@ -46,10 +47,13 @@ std::size_t count() { return made; }
 
 void refuseNothrow(std::size_t size) { refusedNothrowSize = size; }
 
+void refuse(std::size_t size) { refusedSize = size; }
+
 void refuseAfter(std::size_t skipped) { refusedNumber = made + skipped; }
 
 void refuseNone() {
   refusedNothrowSize = kNever;
+  refusedSize = kNever;
   refusedNumber = kNever;
 }
 

@@ -12,6 +12,9 @@ namespace testkit::allocations {
 /// (new (std::nothrow)), until `refuseNone`. errno is then ENOMEM, as malloc leaves it.
 void refuseNothrow(std::size_t size);
 
+/// Refuses every allocation of exactly `size` bytes on this thread, until `refuseNone`.
+void refuse(std::size_t size);
+
 /// Refuses one allocation on this thread: the one after the next `skipped`.
 void refuseAfter(std::size_t skipped);
 
