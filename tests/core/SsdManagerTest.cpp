@@ -466,6 +466,17 @@ TEST_F(Manager, SaysIndentifiedEvenOfAControllerThatCannotBeAdded) {
   EXPECT_FALSE(hasLogged(failedToAdd("nvme0")));
 }
 
+TEST_F(Manager, SaysIndentifiedOnlyAfterAddingTheController) {
+  root().setNodes({"/dev/nvme0"});
+  willFindNvme("nvme0", 1);
+  const CapturedStream output(stdout);
+  std::string before = "never read";
+  kernel().meanwhile([&] { before = output.text(); });  // when the first reading ends
+  EXPECT_EQ(initialise(), SSD_SUCCESS);
+  EXPECT_EQ(before, "");
+  EXPECT_EQ(output.text(), "Indentified: /dev/nvme0\n");
+}
+
 TEST_F(Manager, SaysNothingOfAControllerThatDoesNotIdentifyItself) {
   root().setNodes({"/dev/nvme0", "/dev/nvme1"});
   kernel().willRefuseOpen("/dev/nvme0", O_RDONLY | O_NONBLOCK, ENODEV);
