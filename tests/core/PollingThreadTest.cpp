@@ -107,8 +107,17 @@ TEST_F(Polling, LeavesTheseLinesInItsLife) {
 TEST_F(Polling, YieldsTheProcessorOnceToTheNewThread) {
   PollingThread polling;
   EXPECT_EQ(threads().yields(), 0U);
+  threads().holdStarts();
+  takeLog();
+  Lines before;
+  threads().atNextYield([&] {
+    before = takeLog();
+    EXPECT_TRUE(polling.isStarted());
+  });
   EXPECT_TRUE(polling.initialise(&device_));
   EXPECT_EQ(threads().yields(), 1U);
+  EXPECT_EQ(before, Lines{"Debug: PollingThread::initialise - _ssdDevice=" + low32(&device_)});
+  EXPECT_EQ(takeLog(), Lines{startedLine()});
 }
 
 TEST_F(Polling, IsStoppedByItsDestructorIfNeedBe) {

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -145,9 +146,21 @@ int FakeThreads::join(pthread_t thread, void** result) {
   return rc;
 }
 
-int FakeThreads::yield() {
+void FakeThreads::atNextYield(std::function<void()> action) {
   const std::lock_guard lock(mutex_);
-  ++yields_;
+  atNextYield_ = std::move(action);
+}
+
+int FakeThreads::yield() {
+  std::function<void()> action;
+  {
+    const std::lock_guard lock(mutex_);
+    ++yields_;
+    action.swap(atNextYield_);
+  }
+  if (action) {
+    action();
+  }
   return 0;
 }
 

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <functional>
 #include <mutex>
 #include <set>
 #include <vector>
@@ -38,6 +39,8 @@ class FakeThreads {
   [[nodiscard]] std::size_t alive() const;
   /// How often the processor was yielded.
   [[nodiscard]] std::size_t yields() const;
+  /// Runs `action` on the thread that yields the processor next, while it does.
+  void atNextYield(std::function<void()> action);
 
   /// Waits until some thread is being joined.
   void waitUntilJoining();
@@ -73,6 +76,7 @@ class FakeThreads {
   std::size_t sleeping_ = 0;
   std::size_t generation_ = 0;
   std::size_t yields_ = 0;
+  std::function<void()> atNextYield_;
   std::vector<pthread_t> created_;
   std::set<pthread_t> joining_;
 };
