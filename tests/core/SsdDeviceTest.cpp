@@ -607,6 +607,29 @@ TEST_F(Device, IsNotCopiedInTheMiddleOfAReading) {
   EXPECT_EQ(copy.poweredOnHours, 9999U);
 }
 
+TEST_F(Device, IsReadWhileAnotherOneIs) {
+  startP4(1, nullptr);
+  SsdDevice other;
+  willEnableSmart("/dev/sdb");
+  willReadP4("/dev/sdb", 1);
+  EXPECT_TRUE(other.initialise(ataDrive(kP4), "sdb", "/dev/sdb", nullptr));
+  willReadP4("/dev/sda", 2);
+  kernel().meanwhile([&other] { other.getSsdData(); });
+  willReadP4("/dev/sdb", 3);
+  device_->getSsdData();
+  EXPECT_EQ(information().percentageUsed, 2);
+  EXPECT_EQ(other.percentageUsed(), 3);
+}
+
+TEST_F(DebuggedDevice, TellsItsListenerOnceItsValuesMayBeCopied) {
+  startP4(1, &listener_);
+  SsdInformation copy;
+  listener_.then = [&] { device_->copySsdInformation(copy); };
+  readP4(2, 9999);
+  EXPECT_EQ(copy.percentageUsed, 2);
+  EXPECT_EQ(copy.poweredOnHours, 9999U);
+}
+
 TEST_F(Device, TellsItsListenerWithoutHoldingUpAnotherReading) {
   startP4(95, &listener_);
   std::promise<void> told;
