@@ -87,14 +87,15 @@ const char* Utils::GetCharsKeyValue(const CMPIObjectPath* path, const char* name
   const CMPIData key = CMGetKey(path, name, &status);
   check(status, "GetCharsKeyValue - CMGetKey failed,");
 
+  const bool hasValue = (key.state & CMPI_nullValue) == 0;
   const char* text = nullptr;
   if (key.type == CMPI_string) {
-    if (key.value.string != nullptr) {
+    if (hasValue && key.value.string != nullptr) {
       text = CMGetCharsPtr(key.value.string, &status);
       check(status, "GetCharsKeyValue - CMGetCharsPtr failed,");
     }
   } else if (key.type == CMPI_chars) {
-    text = key.value.chars;
+    text = hasValue ? key.value.chars : nullptr;
   } else {
     std::printf("Utils::GetCharsKeyValue - bad type %d(0x%x)\n", key.type, key.type);
     throw CMPIStatus(status);

@@ -212,6 +212,16 @@ TEST_F(KeyValues, ThatBrokersHandOverAsNullAreTheEmptyText) {
   EXPECT_EQ(events::only("out: ", seen), "");
   EXPECT_EQ(textOf(broker.pathWithKey(key(CMPI_chars, CMPI_nullValue))), "");
 
+  // Marked as null it has no value, whatever stands in its place.
+  CMPIData marked = key(CMPI_chars, CMPI_keyValue | CMPI_nullValue);
+  char leftOver[] = "left over";
+  marked.value.chars = leftOver;
+  EXPECT_EQ(textOf(broker.pathWithKey(marked)), "");
+  marked.type = CMPI_string;
+  marked.value.string = broker.string("left over");
+  EXPECT_EQ(textOf(broker.pathWithKey(marked)), "");
+  EXPECT_EQ(seen, "broker: request.getKey(DeviceID)\n");
+
   CMPIData withoutCharacters = key(CMPI_string);
   withoutCharacters.value.string = broker.string(nullptr);
   EXPECT_EQ(textOf(broker.pathWithKey(withoutCharacters)), "");
