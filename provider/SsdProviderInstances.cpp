@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstring>
-
-#include <strings.h>
+#include <string_view>
 
 #include <cmpi/cmpimacs.h>
 
@@ -39,6 +38,18 @@ struct Target {
   const char* cimNamespace;
   const char* className;
 };
+
+/// Small letters for the capitals of CIM names, whatever the host's locale: a Turkish one keeps "I"
+/// and "i" apart.
+char lowered(char character) {
+  return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
+                                              : character;
+}
+
+bool equalIgnoringCase(std::string_view one, std::string_view other) {
+  return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                    [](char a, char b) { return lowered(a) == lowered(b); });
+}
 
 CMPIStatus finish(const CMPIResult* result, CMPIrc rc) {
   (void)CMReturnDone(result);
@@ -214,7 +225,7 @@ std::string SsdProvider::makeDeviceID(const std::string& model, const std::strin
 }
 
 bool SsdProvider::isCimV2Namespace(const char* name) {
-  return strcasecmp(name, kCimNamespace) == 0;
+  return equalIgnoringCase(name, kCimNamespace);
 }
 
 bool SsdProvider::isKavInstanceClass(const char* name) {

@@ -84,6 +84,17 @@ TEST(LibraryFile, HasNoSymbolThatWouldPinItInTheProcess) {
   }
 }
 
+/// In the locale that a host may have set, letters need not go together as in the names of CIM: a
+/// Turkish one keeps "I" and "i" apart.
+TEST(LibraryFile, AsksNoLocaleWhichLettersAreTheSame) {
+  for (const ElfFile::Symbol& symbol : library().symbols()) {
+    for (const char* call :
+         {"strcasecmp", "strncasecmp", "strcasestr", "strcoll", "tolower", "__ctype_tolower_loc"}) {
+      EXPECT_NE(symbol.name, call);
+    }
+  }
+}
+
 TEST(LibraryFile, IsBoundAtOnce) {
   std::uint64_t flags = 0;
   for (const std::uint64_t one : library().dynamic(DT_FLAGS)) {
