@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <string_view>
 
 #include <dirent.h>
 #include <glob.h>
@@ -43,7 +44,7 @@ bool isFixedDisk(const std::string& name) {
   std::array<char, 16> line{};
   const bool read = std::fgets(line.data(), 2, file) != nullptr;
   std::fclose(file);
-  return read && std::string(line.data()) == "0";
+  return read && std::string_view(line.data()) == "0";
 }
 
 std::string baseName(const std::string& path) { return path.substr(path.find_last_of('/') + 1); }
