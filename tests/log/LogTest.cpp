@@ -269,3 +269,22 @@ TEST_F(Logging, BeginsWithTheNextRecordWhenMemoryRanOutAtTheFirst) {
   }
   EXPECT_GE(refused, 3U);
 }
+
+TEST_F(Logging, BeginsWithTheNextRecordWhenTheThreadOfTheFirstIsEnded) {
+  root().endThreadAt("fopen", kLogConf);
+  std::thread([] { LogQuick(LOG_LEVEL_INFO, "lost"); }).join();
+  LogQuick(LOG_LEVEL_INFO, "m");
+  EXPECT_EQ(takeLog(), Lines{"Info: m"});
+}
+
+TEST_F(Logging, CostsOnlyTheRecordWhenItsThreadIsEnded) {
+  const std::vector<void (*)()> functions = {[] { LogQuick(LOG_LEVEL_INFO, "lost"); },
+                                             [] { Log(LOG_LEVEL_INFO, "lost"); },
+                                             [] { WLog(LOG_LEVEL_INFO, L"lost"); }};
+  for (const auto& function : functions) {
+    root().endThreadAt("fopen", kLogFile);
+    std::thread(function).join();
+  }
+  LogQuick(LOG_LEVEL_INFO, "m");
+  EXPECT_EQ(takeLog(), Lines{"Info: m"});
+}

@@ -11,6 +11,7 @@
 
 #include <fnmatch.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include "tests/support/RealCalls.h"
 #include "tests/support/TempDir.h"
@@ -108,7 +109,15 @@ void FakeRoot::refuse(const std::string& call, const std::string& path, int erro
   refusals_[call + " " + path] = {error, times};
 }
 
+void FakeRoot::endThreadAt(const std::string& call, const std::string& path) {
+  const std::lock_guard lock(mutex_);
+  ends_.insert(call + " " + path);
+}
+
 bool FakeRoot::isRefused(const std::string& call, const std::string& path) {
+  if (ends_.erase(call + " " + path) != 0) {
+    pthread_exit(nullptr);
+  }
   const auto refusal = refusals_.find(call + " " + path);
   if (refusal == refusals_.end() || refusal->second.second == 0) {
     return false;

@@ -49,6 +49,10 @@ class FakeRoot {
   /// with `error`. fstat is known by "fstat" and the path that was opened.
   void refuse(const std::string& call, const std::string& path, int error, int times = 1);
 
+  /// Ends the thread that calls `call` ("fopen", "opendir") on `path` next, as a host may end one
+  /// of its own.
+  void endThreadAt(const std::string& call, const std::string& path);
+
   /// What has been called since the last time, in order: "fopen PATH MODE", "fclose PATH",
   /// "access PATH", "opendir PATH", "closedir PATH", "glob PATTERN", "globfree". Calls on the log
   /// file are not among them: see `takeLogFileCalls`.
@@ -87,6 +91,7 @@ class FakeRoot {
   std::string root_;  ///< where all lies
   mutable std::mutex mutex_;
   std::map<std::string, std::pair<int, int>> refusals_;  ///< "call path" -> error, times
+  std::set<std::string> ends_;                           ///< "call path"
   std::map<std::FILE*, std::string> openFiles_;
   std::set<Directory*> openDirectories_;
   std::vector<std::string> blockDevices_;
