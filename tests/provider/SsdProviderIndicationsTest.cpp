@@ -425,6 +425,22 @@ TEST_F(Indications, WhatTheBrokerThrowsAtAnEventGoesNoFurther) {
                    "log 1: SsdProvider::SsdFailureImminent - sendIndication - Unknown Exception"}));
 }
 
+TEST_F(Indications, AStatusThrownAtAnEventIsShownAndGoesNoFurther) {
+  subscribe();
+  const auto shownOf = [this](CMPIString* message) {
+    events::onEach([message](const std::string& line) {
+      if (line == "broker: newThread(detached=1)") {
+        throw CMPIStatus{CMPI_RC_ERR_FAILED, message};
+      }
+    });
+    return events::only("log 1", fail(a));
+  };
+  EXPECT_EQ(shownOf(broker.string("none left")),
+            "log 1: SsdProvider::SsdFailureImminent - sendIndication - CMPIStatus 1, none left\n");
+  EXPECT_EQ(shownOf(nullptr),
+            "log 1: SsdProvider::SsdFailureImminent - sendIndication - CMPIStatus 1, (null)\n");
+}
+
 TEST_F(Indications, AThreadThatTheBrokerAnswersNullForMayRunAllTheSame) {
   subscribe();
   broker.answerNull("newThread", 1);
