@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "config/Config.h"
 #include "core/SsdDevice.h"
 #include "core/SsdManager.h"
 #include "tests/core/SsdManagerTest.h"
@@ -244,6 +245,18 @@ TEST_F(Manager, MakesNoDeviceThatItCouldNotList) {
   EXPECT_EQ(std::count(log_.begin(), log_.end(), "Debug: SsdDevice constructed"), 1);
   EXPECT_EQ(std::count(log_.begin(), log_.end(), kNoMemory), 1);
   EXPECT_EQ(log_.back(), foundDevices(1));
+}
+
+TEST_F(CoreTest, AManagerLeavesOutADriveWhoseDeviceFindsNoMemory) {
+  SsdManager manager;
+  root().addFixedDisk("sda");
+  willIdentifyAta("/dev/sda", {kP4});
+  kernel().meanwhile([] { allocations::refuse(sizeof(Config)); });
+  EXPECT_EQ(manager.initialise(), SSD_SUCCESS);
+  allocations::refuseNone();
+  const Lines log = takeLog();
+  EXPECT_EQ(std::count(log.begin(), log.end(), kNoMemory), 1);
+  EXPECT_EQ(log.back(), "Debug: SsdManager::initialise - found 0 SSD devices");
 }
 
 TEST_F(Manager, LeavesOutADriveWhoseTextsFindNoMemory) {
