@@ -86,16 +86,24 @@ unsigned recordsIn(const std::string& log) {
 }
 
 /// The library's indications work after all that: subscribes anew and lets every drive fail.
-std::vector<std::string> indicationsOf(Till& till) {
+std::vector<std::string> indicationsOf(Till& till, std::size_t reported) {
+  constexpr std::size_t kMostTicksPerPoll = 10;  // of a till whose configuration was not read
   till.takeIndications();
   till.subscribe();
   for (const auto& drive : till.machine.drives()) {
     drive->percentage = 99;
   }
-  for (int i = 0; i < 10; ++i) {  // the poll rate of a till whose configuration was not read
+  std::vector<std::string> all;
+  for (std::size_t i = 0; i < kMostTicksPerPoll; ++i) {
+    const bool isComplete = reported + all.size() >= till.machine.drives().size();
     Clock::tick();
+    const auto fresh = till.takeIndications();
+    all.insert(all.end(), fresh.begin(), fresh.end());
+    if (isComplete && i + 1 >= 2 * Till::kTicksPerPoll) {
+      break;  // nobody has reported twice
+    }
   }
-  return till.takeIndications();
+  return all;
 }
 
 }  // namespace
@@ -150,7 +158,7 @@ Round run(const Scenario& scenario, const Plan& plan,
   if (till.loaded()) {
     till.setGeneration(3);
     round.next = till.list();
-    round.nextIndications = indicationsOf(till);
+    round.nextIndications = indicationsOf(till, round.result.indications.size());
     till.provider().cleanupIndicationMI(true);
     till.provider().cleanupInstanceMI(true);
     round.unloaded = till.unload();

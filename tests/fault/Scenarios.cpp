@@ -8,8 +8,6 @@ namespace fault {
 
 namespace {
 
-constexpr unsigned kTicksPerPoll = 2;
-
 void nothing(Till& /*till*/) {}
 
 void load(Till& till) { till.load(); }
@@ -32,7 +30,7 @@ void cleanUp(Till& till) {
 }
 
 void poll() {
-  for (unsigned i = 0; i < kTicksPerPoll; ++i) {
+  for (unsigned i = 0; i < Till::kTicksPerPoll; ++i) {
     Clock::tick();
   }
 }

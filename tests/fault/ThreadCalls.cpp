@@ -2,14 +2,17 @@
 // until it sleeps for the first time before its creator goes on, and then only when the clock
 // ticks.
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <ctime>
+#include <limits>
 
 #include <dlfcn.h>
+#include <linux/futex.h>
 #include <pthread.h>
-#include <sched.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "tests/fault/Calls.h"
@@ -33,6 +36,7 @@ struct Thread {
   std::atomic<State> state{State::kFree};
   std::atomic<unsigned> granted{0};
   std::atomic<bool> released{false};
+  std::atomic<unsigned> changes{0};  ///< of the above: what those who wait for one sleep on
   pthread_t id = 0;
   void* (*function)(void*) = nullptr;
   void* argument = nullptr;
@@ -42,21 +46,45 @@ std::array<Thread, 256> startedThreads;
 std::atomic<unsigned> freeSleep{0};
 thread_local Thread* self = nullptr;
 
+constexpr useconds_t kNoTime = 20;
+
 void pause(unsigned microseconds) {
   const timespec time = {microseconds / 1000000, static_cast<long>(microseconds % 1000000) * 1000};
   nanosleep(&time, nullptr);
 }
 
-void awaitRest(Thread& thread) {
-  while (freeSleep == 0 && thread.state == State::kRunning) {
-    sched_yield();
+long futex(std::atomic<unsigned>& word, int operation, unsigned value, const timespec* timeout) {
+  return syscall(SYS_futex, &word, operation, value, timeout, nullptr, 0);
+}
+
+void announceChange(Thread& thread) {
+  ++thread.changes;
+  futex(thread.changes, FUTEX_WAKE_PRIVATE, std::numeric_limits<int>::max(), nullptr);
+}
+
+/// Handed on directly: on a busy machine a thread that looks again and again waits for its turn
+/// each time.
+template <typename Condition>
+void awaitChange(Thread& thread, Condition condition) {
+  constexpr timespec kLookAgain = {0, 10000000};  // the clock may have been set free
+  for (;;) {
+    const unsigned seen = thread.changes;
+    if (condition()) {
+      return;
+    }
+    futex(thread.changes, FUTEX_WAIT_PRIVATE, seen, &kLookAgain);
   }
+}
+
+void awaitRest(Thread& thread) {
+  awaitChange(thread, [&] { return freeSleep != 0 || thread.state != State::kRunning; });
 }
 
 void* run(void* argument) {
   self = static_cast<Thread*>(argument);
   void* result = self->function(self->argument);
   self->state = State::kOver;
+  announceChange(*self);
   return result;
 }
 
@@ -113,17 +141,18 @@ int libraryCreate(pthread_t* id, const pthread_attr_t* attributes, void* (*funct
 int librarySleep(useconds_t microseconds) {
   const auto failure = Injector::instance().meet(Call::kUsleep, "");
   if (self == nullptr) {
-    pause(freeSleep != 0 ? freeSleep.load() : microseconds);
+    // While the clock stands still, what it waits for has happened or never will.
+    pause(freeSleep != 0 ? freeSleep.load() : std::min(microseconds, kNoTime));
   } else {
     self->state = State::kAsleep;
-    while (!self->released && freeSleep == 0 && self->granted == 0) {
-      pause(20);
-    }
+    announceChange(*self);
+    awaitChange(*self, [] { return self->released || freeSleep != 0 || self->granted != 0; });
     self->state = State::kRunning;  // before the grant is used up: the clock waits for that
     if (freeSleep != 0) {
       pause(freeSleep);
     } else if (!self->released) {
       --self->granted;
+      announceChange(*self);
     }
   }
   if (failure) {
@@ -141,9 +170,8 @@ void Clock::tick() {
   for (Thread& thread : startedThreads) {
     if (thread.state == State::kAsleep) {
       ++thread.granted;
-      while (thread.granted != 0) {
-        sched_yield();
-      }
+      announceChange(thread);
+      awaitChange(thread, [&] { return thread.granted == 0; });
       awaitRest(thread);
     }
   }
@@ -178,6 +206,7 @@ FAULT_VISIBLE int pthread_join(pthread_t id, void** result) {
     if (thread.state != State::kFree && thread.id == id) {
       joined = &thread;
       thread.released = true;
+      announceChange(thread);
     }
   }
   const int rc = systemJoin()(id, result);

@@ -32,7 +32,7 @@ Till::Till(bool orderly) {
   machine.write("/etc/ssddrv/log.conf",
                 traced ? "MaxLength=1000000\nLevel=4\n" : "MaxLength=1000000\n");
   machine.write("/etc/ssddrv/ssddrv.ini",
-                std::string("PollRate=2\nPercentUsedThreshold=80\n") +
+                "PollRate=" + std::to_string(kTicksPerPoll) + "\nPercentUsedThreshold=80\n" +
                     (traced ? "DebugTraceAttributes=1\nDebugTraceLogs=1\n" : ""));
   setGeneration(1);
   if (!orderly) {

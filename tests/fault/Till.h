@@ -22,6 +22,8 @@ class Till {
 
   static std::string library();
 
+  static constexpr unsigned kTicksPerPoll = 2;
+
   Machine machine;
   cmpihost::Broker broker;
 
