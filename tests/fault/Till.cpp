@@ -13,7 +13,7 @@ decltype(CMPIBrokerExtFT::newThread) startThread = nullptr;
 
 CMPI_THREAD_TYPE startAndAwait(CMPIThreadFunc function, void* parameter, int detached) {
   CMPI_THREAD_TYPE const thread = startThread(function, parameter, detached);
-  theBroker->waitForThreads(std::chrono::seconds(10));
+  theBroker->waitForThreads(std::chrono::seconds(50));  // a busy machine; a hang ends after 60
   return thread;
 }
 
