@@ -222,6 +222,9 @@ TEST_F(KeyValues, ThatBrokersHandOverAsNullAreTheEmptyText) {
   EXPECT_EQ(textOf(broker.pathWithKey(marked)), "");
   EXPECT_EQ(seen, "broker: request.getKey(DeviceID)\n");
 
+  // Nor need a broker mark it.
+  EXPECT_EQ(textOf(broker.pathWithKey(key(CMPI_string))), "");
+  EXPECT_EQ(textOf(broker.pathWithKey(key(CMPI_chars))), "");
   CMPIData withoutCharacters = key(CMPI_string);
   withoutCharacters.value.string = broker.string(nullptr);
   EXPECT_EQ(textOf(broker.pathWithKey(withoutCharacters)), "");
