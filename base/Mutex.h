@@ -12,7 +12,8 @@ class VEKSSD_CAPABILITY("mutex") Mutex {
   Mutex(const Mutex&) = delete;
   Mutex& operator=(const Mutex&) = delete;
 
-  void lock() VEKSSD_ACQUIRE() { pthread_mutex_lock(&mutex_); }
+  /// Whether it is held now: false where the system refused it.
+  [[nodiscard]] bool lock() VEKSSD_ACQUIRE() { return pthread_mutex_lock(&mutex_) == 0; }
   void unlock() VEKSSD_RELEASE() { pthread_mutex_unlock(&mutex_); }
 
  private:
@@ -20,16 +21,22 @@ class VEKSSD_CAPABILITY("mutex") Mutex {
   pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
 };
 
-/// Holds a Mutex for the life of a scope.
+/// Holds a Mutex for the life of a scope. One that was refused is not given back: by then it may be
+/// another thread's. The same holds for the other guards.
 class VEKSSD_SCOPED_CAPABILITY MutexLock {
  public:
-  explicit MutexLock(Mutex& mutex) VEKSSD_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
-  ~MutexLock() VEKSSD_RELEASE() { mutex_.unlock(); }
+  explicit MutexLock(Mutex& mutex) VEKSSD_ACQUIRE(mutex) : mutex_(mutex), held_(mutex.lock()) {}
+  ~MutexLock() VEKSSD_RELEASE() {
+    if (held_) {
+      mutex_.unlock();
+    }
+  }
   MutexLock(const MutexLock&) = delete;
   MutexLock& operator=(const MutexLock&) = delete;
 
  private:
   Mutex& mutex_;
+  const bool held_;
 };
 
 /// A POSIX readers-writer lock: many readers or one writer.
@@ -40,8 +47,10 @@ class VEKSSD_CAPABILITY("shared mutex") SharedMutex {
   SharedMutex(const SharedMutex&) = delete;
   SharedMutex& operator=(const SharedMutex&) = delete;
 
-  void lock() VEKSSD_ACQUIRE() { pthread_rwlock_wrlock(&lock_); }
-  void lockShared() VEKSSD_ACQUIRE_SHARED() { pthread_rwlock_rdlock(&lock_); }
+  [[nodiscard]] bool lock() VEKSSD_ACQUIRE() { return pthread_rwlock_wrlock(&lock_) == 0; }
+  [[nodiscard]] bool lockShared() VEKSSD_ACQUIRE_SHARED() {
+    return pthread_rwlock_rdlock(&lock_) == 0;
+  }
   void unlock() VEKSSD_RELEASE_GENERIC() { pthread_rwlock_unlock(&lock_); }
 
  private:
@@ -52,25 +61,35 @@ class VEKSSD_CAPABILITY("shared mutex") SharedMutex {
 /// Holds a SharedMutex as one of its readers for the life of a scope.
 class VEKSSD_SCOPED_CAPABILITY ReaderLock {
  public:
-  explicit ReaderLock(SharedMutex& mutex) VEKSSD_ACQUIRE_SHARED(mutex) : mutex_(mutex) {
-    mutex_.lockShared();
+  explicit ReaderLock(SharedMutex& mutex) VEKSSD_ACQUIRE_SHARED(mutex)
+      : mutex_(mutex), held_(mutex.lockShared()) {}
+  ~ReaderLock() VEKSSD_RELEASE_GENERIC() {
+    if (held_) {
+      mutex_.unlock();
+    }
   }
-  ~ReaderLock() VEKSSD_RELEASE_GENERIC() { mutex_.unlock(); }
   ReaderLock(const ReaderLock&) = delete;
   ReaderLock& operator=(const ReaderLock&) = delete;
 
  private:
   SharedMutex& mutex_;
+  const bool held_;
 };
 
 /// Holds a SharedMutex as its one writer for the life of a scope.
 class VEKSSD_SCOPED_CAPABILITY WriterLock {
  public:
-  explicit WriterLock(SharedMutex& mutex) VEKSSD_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
-  ~WriterLock() VEKSSD_RELEASE() { mutex_.unlock(); }
+  explicit WriterLock(SharedMutex& mutex) VEKSSD_ACQUIRE(mutex)
+      : mutex_(mutex), held_(mutex.lock()) {}
+  ~WriterLock() VEKSSD_RELEASE() {
+    if (held_) {
+      mutex_.unlock();
+    }
+  }
   WriterLock(const WriterLock&) = delete;
   WriterLock& operator=(const WriterLock&) = delete;
 
  private:
   SharedMutex& mutex_;
+  const bool held_;
 };

@@ -21,7 +21,7 @@ void SmartIo::dumpSmartLogPage(const std::uint8_t* buffer, std::uint32_t logNumb
 
 void SmartIo::dumpSector(const std::uint8_t* buffer) {
   constexpr std::size_t kBytesPerLine = 16;
-  std::array<char, 16> piece;
+  std::array<char, 16> piece{};
   std::string text = "\n";
   for (std::size_t offset = 0; offset < ata::kSectorSize; ++offset) {
     if (offset % kBytesPerLine == 0) {

@@ -47,7 +47,7 @@ void logSense(const Sense& sense) {
     return;
   }
   std::string text = "\n\nSense: ";
-  std::array<char, 8> piece;
+  std::array<char, 8> piece{};
   for (std::size_t i = 0; i < ata::sense::kUsedLength; ++i) {
     std::snprintf(piece.data(), piece.size(), "0x%02x ", sense[i]);
     text += piece.data();

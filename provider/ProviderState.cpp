@@ -30,7 +30,9 @@ __attribute__((destructor)) void DESTRUCTOR() {
 
 }  // namespace
 
-void __drv_synch() { pthread_mutex_lock(&drvMutex); }
+bool lockProvider() { return pthread_mutex_lock(&drvMutex) == 0; }
+
+void __drv_synch() { (void)lockProvider(); }
 
 void __drv_unsynch() { pthread_mutex_unlock(&drvMutex); }
 

@@ -31,11 +31,21 @@ VEKSSD_EXPORT void __decrUseCount();
 /// Counts an MI out and deletes the provider after the last one; with the provider lock held.
 VEKSSD_EXPORT void __drv_cleanup();
 
-/// Holds the provider lock for the life of a scope.
+/// Takes the provider lock as well; false where the system refuses it.
+[[nodiscard]] bool lockProvider();
+
+/// Holds the provider lock for the life of a scope, unless it was refused.
 class ProviderLock {
  public:
-  ProviderLock() { __drv_synch(); }
-  ~ProviderLock() { __drv_unsynch(); }
+  ProviderLock() : held_(lockProvider()) {}
+  ~ProviderLock() {
+    if (held_) {
+      __drv_unsynch();
+    }
+  }
   ProviderLock(const ProviderLock&) = delete;
   ProviderLock& operator=(const ProviderLock&) = delete;
+
+ private:
+  const bool held_;
 };
