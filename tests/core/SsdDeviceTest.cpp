@@ -46,6 +46,18 @@ TEST(SsdInformation, BeginsEmpty) {
   EXPECT_FALSE(information.failureImminent);
 }
 
+TEST(SsdInformation, HasItsPartsInThisOrder) {
+  const SsdInformation information{"model", "serial", "sda", "firmware", 1, 2, 3, true};
+  EXPECT_EQ(information.model, "model");
+  EXPECT_EQ(information.serialNumber, "serial");
+  EXPECT_EQ(information.physicalDrive, "sda");
+  EXPECT_EQ(information.firmwareVersion, "firmware");
+  EXPECT_EQ(information.poweredOnHours, 1U);
+  EXPECT_EQ(information.percentageUsed, 2);
+  EXPECT_EQ(information.percentageUsedSource, 3);
+  EXPECT_TRUE(information.failureImminent);
+}
+
 TEST_F(Device, IsEmptyBeforeItIsSetUp) {
   const SsdInformation empty = information();
   EXPECT_EQ(empty.model + empty.serialNumber + empty.physicalDrive + empty.firmwareVersion, "");

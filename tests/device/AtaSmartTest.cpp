@@ -57,6 +57,19 @@ TEST(SsdValues, BeginAsNoughtWithoutAttributes) {
   EXPECT_EQ(kPercentageUnknown, 255);
 }
 
+TEST(SsdValues, HaveTheirPartsInThisOrder) {
+  const SsdValues values{1, 2, {SsdAttr{3, 4, 5, 6, 7}}, true};
+  EXPECT_EQ(values.percentageUsed, 1);
+  EXPECT_EQ(values.poweredOnHours, 2U);
+  EXPECT_TRUE(values.traceAttributes);
+  const SsdAttr& attribute = values.attributes.at(0);
+  EXPECT_EQ(attribute.index, 3);
+  EXPECT_EQ(attribute.flags, 4);
+  EXPECT_EQ(attribute.current, 5);
+  EXPECT_EQ(attribute.worst, 6);
+  EXPECT_EQ(attribute.raw, 7U);
+}
+
 TEST_F(SmartSector, IsCopiedFromBehindTheFourRegisters) {
   const Bytes sector = countingBytes(512);
   const int fd = kernel().willOpen("/dev/sda", O_RDONLY);

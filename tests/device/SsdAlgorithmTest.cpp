@@ -2,6 +2,7 @@
 #include "device/SolidStateLogStatisticsAlgo.h"
 #include "device/SolidStateLogStatisticsNVMeAlgo.h"
 #include "tests/device/DeviceTest.h"
+#include "tests/support/VirtualSlots.h"
 
 using namespace testkit;
 
@@ -62,6 +63,12 @@ constexpr char kSectorFailed[] =
     "sector";
 
 }  // namespace
+
+// The order by which support finds its way in a core dump.
+TEST(SsdAlgorithm, ReadsAndTellsItsSourceBehindItsDestructor) {
+  EXPECT_EQ(slotOf(&SsdAlgorithm::getSsdValues), 2U);
+  EXPECT_EQ(slotOf(&SsdAlgorithm::getPercentageUsedSource), 3U);
+}
 
 TEST_F(SanDisk, HasAVendorAttributeForItsSource) {
   EXPECT_EQ(algorithm_.getPercentageUsedSource(), 3);
