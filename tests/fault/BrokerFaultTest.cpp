@@ -1,12 +1,11 @@
 // Every call that the library makes into the broker fails once, and every call that gives an object
 // gives none although it says that all is well.
 
-#include <iostream>
 #include <map>
 
 #include <gtest/gtest.h>
 
-#include "tests/fault/FaultLoop.h"
+#include "tests/fault/Expectations.h"
 
 namespace fault {
 
@@ -79,8 +78,7 @@ void expectAnswer(const Scenario& scenario, const std::string& slot, unsigned nt
 
 TEST_P(BrokerFaultLoop, AnswersAsStatedWhateverBrokerCallFails) {
   const Scenario& scenario = GetParam();
-  unsigned sites = 0;
-  unsigned ways = 0;
+  Score score;
   for (const auto& [slot, count] : slotsOf(scenario)) {
     for (unsigned nth = 1; nth <= count; ++nth) {
       for (const bool answersNull : {false, true}) {
@@ -98,12 +96,13 @@ TEST_P(BrokerFaultLoop, AnswersAsStatedWhateverBrokerCallFails) {
         const Round round = run(scenario, {}, arm);
         expectUnharmed(round);
         expectAnswer(scenario, slot, nth, answersNull, round);
-        ++ways;
+        ++score.ways;
       }
-      ++sites;
+      ++score.sites;
     }
   }
-  std::cout << scenario.name << ": " << sites << " broker calls failed in " << ways << " ways\n";
+  score.made = score.sites;
+  report(scenario, "broker calls", score);
 }
 
 std::vector<Scenario> scenariosWithBroker() {

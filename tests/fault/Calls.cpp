@@ -12,30 +12,6 @@ namespace fault {
 
 namespace {
 
-constexpr std::array<const char*, 23> kNames = {"allocation",
-                                                "open",
-                                                "close",
-                                                "ioctl",
-                                                "fcntl",
-                                                "fopen",
-                                                "fclose",
-                                                "fgets",
-                                                "getline",
-                                                "fstat",
-                                                "fwrite",
-                                                "fflush",
-                                                "access",
-                                                "opendir",
-                                                "readdir",
-                                                "closedir",
-                                                "glob",
-                                                "usleep",
-                                                "pthread_create",
-                                                "pthread_mutex_init",
-                                                "pthread_mutex_lock",
-                                                "pthread_mutex_unlock",
-                                                "pthread_mutex_destroy"};
-
 #define FAULT_ERROR(number) \
   Failure { Failure::kError, number, #number }
 constexpr Failure kShort = {Failure::kShort, 0, "short"};
@@ -88,6 +64,13 @@ const Failures kOfFstat = {FAULT_ERROR(EBADF), FAULT_ERROR(EFAULT), FAULT_ERROR(
 const Failures kOfWriting = {
     FAULT_ERROR(ENOSPC), FAULT_ERROR(EIO),    FAULT_ERROR(EINTR), FAULT_ERROR(EFBIG),
     FAULT_ERROR(EDQUOT), FAULT_ERROR(EAGAIN), FAULT_ERROR(EBADF), kShort};
+const Failures kOfPrinting = {FAULT_ERROR(ENOSPC), FAULT_ERROR(EIO), FAULT_ERROR(EPIPE),
+                              FAULT_ERROR(EAGAIN), FAULT_ERROR(EBADF)};
+const Failures kOfFileno = {FAULT_ERROR(EBADF)};
+const Failures kOfFormat = {FAULT_ERROR(ENOMEM), FAULT_ERROR(EOVERFLOW), FAULT_ERROR(EILSEQ)};
+const Failures kOfNarrow = {FAULT_ERROR(EILSEQ)};
+const Failures kOfTime = {FAULT_ERROR(EINVAL), FAULT_ERROR(EPERM)};
+const Failures kOfLocalTime = {FAULT_ERROR(EOVERFLOW)};
 const Failures kOfAccess = {FAULT_ERROR(EACCES), FAULT_ERROR(ENOENT),  FAULT_ERROR(ELOOP),
                             FAULT_ERROR(EIO),    FAULT_ERROR(ENOTDIR), FAULT_ERROR(ENAMETOOLONG),
                             FAULT_ERROR(ENOMEM)};
@@ -100,6 +83,7 @@ const Failures kOfGlob = {FAULT_ERROR(GLOB_NOSPACE), FAULT_ERROR(GLOB_ABORTED),
                           FAULT_ERROR(GLOB_NOMATCH)};
 const Failures kOfUsleep = {FAULT_ERROR(EINTR), FAULT_ERROR(EINVAL)};
 const Failures kOfThreadCreate = {FAULT_ERROR(EAGAIN), FAULT_ERROR(EINVAL), FAULT_ERROR(EPERM)};
+const Failures kOfThreadJoin = {FAULT_ERROR(EDEADLK), FAULT_ERROR(EINVAL), FAULT_ERROR(ESRCH)};
 const Failures kOfMutexInit = {FAULT_ERROR(EAGAIN), FAULT_ERROR(ENOMEM), FAULT_ERROR(EPERM)};
 const Failures kOfMutexLock = {FAULT_ERROR(EINVAL), FAULT_ERROR(EAGAIN), FAULT_ERROR(EDEADLK)};
 const Failures kOfMutexUnlock = {FAULT_ERROR(EINVAL), FAULT_ERROR(EPERM)};
@@ -107,69 +91,68 @@ const Failures kOfMutexDestroy = {FAULT_ERROR(EBUSY), FAULT_ERROR(EINVAL)};
 
 #undef FAULT_ERROR
 
+struct Kind {
+  const char* name;
+  const Failures& failures;
+};
+
+/// In the order of `Call`.
+const std::array<Kind, static_cast<std::size_t>(Call::kCount)> kKinds = {{
+    {"allocation", kOfMemory},
+    {"open", kOfOpen},
+    {"close", kOfClose},
+    {"ioctl", kOfIoctl},
+    {"fcntl", kOfFcntl},
+    {"fopen", kOfFopen},
+    {"fclose", kOfFclose},
+    {"fgets", kOfReading},
+    {"getline", kOfReading},
+    {"fstat", kOfFstat},
+    {"fwrite", kOfWriting},
+    {"fflush", kOfWriting},
+    {"fileno", kOfFileno},
+    {"fputs", kOfPrinting},
+    {"printf or fprintf", kOfPrinting},
+    {"snprintf, vsnprintf or vswprintf", kOfFormat},
+    {"wcstombs", kOfNarrow},
+    {"clock_gettime", kOfTime},
+    {"localtime_r", kOfLocalTime},
+    {"access", kOfAccess},
+    {"opendir", kOfOpendir},
+    {"readdir", kOfReaddir},
+    {"closedir", kOfClosedir},
+    {"glob", kOfGlob},
+    {"usleep", kOfUsleep},
+    {"pthread_create", kOfThreadCreate},
+    {"pthread_join", kOfThreadJoin},
+    {"pthread_mutex_init", kOfMutexInit},
+    {"pthread_mutex_lock", kOfMutexLock},
+    {"pthread_mutex_unlock", kOfMutexUnlock},
+    {"pthread_mutex_destroy", kOfMutexDestroy},
+    {"pthread_rwlock_init", kOfMutexInit},
+    {"pthread_rwlock_rdlock", kOfMutexLock},
+    {"pthread_rwlock_wrlock", kOfMutexLock},
+    {"pthread_rwlock_unlock", kOfMutexUnlock},
+    {"pthread_rwlock_destroy", kOfMutexDestroy},
+}};
+
+const Kind& kindOf(Call call) { return kKinds[static_cast<std::size_t>(call)]; }
+
 }  // namespace
 
-const char* nameOf(Call call) { return kNames[static_cast<std::size_t>(call)]; }
+const char* nameOf(Call call) { return kindOf(call).name; }
+
+const std::vector<Failure>& failuresOf(Call call) { return kindOf(call).failures; }
 
 const std::vector<Call>& allCalls() {
   static const std::vector<Call> all = [] {
     std::vector<Call> calls;
-    for (std::size_t i = 0; i < kNames.size(); ++i) {
+    for (std::size_t i = 0; i < kKinds.size(); ++i) {
       calls.push_back(static_cast<Call>(i));
     }
     return calls;
   }();
   return all;
-}
-
-const std::vector<Failure>& failuresOf(Call call) {
-  switch (call) {
-    case Call::kMemory:
-      return kOfMemory;
-    case Call::kOpen:
-      return kOfOpen;
-    case Call::kClose:
-      return kOfClose;
-    case Call::kIoctl:
-      return kOfIoctl;
-    case Call::kFcntl:
-      return kOfFcntl;
-    case Call::kFopen:
-      return kOfFopen;
-    case Call::kFclose:
-      return kOfFclose;
-    case Call::kFgets:
-    case Call::kGetline:
-      return kOfReading;
-    case Call::kFstat:
-      return kOfFstat;
-    case Call::kFwrite:
-    case Call::kFflush:
-      return kOfWriting;
-    case Call::kAccess:
-      return kOfAccess;
-    case Call::kOpendir:
-      return kOfOpendir;
-    case Call::kReaddir:
-      return kOfReaddir;
-    case Call::kClosedir:
-      return kOfClosedir;
-    case Call::kGlob:
-      return kOfGlob;
-    case Call::kUsleep:
-      return kOfUsleep;
-    case Call::kThreadCreate:
-      return kOfThreadCreate;
-    case Call::kMutexInit:
-      return kOfMutexInit;
-    case Call::kMutexLock:
-      return kOfMutexLock;
-    case Call::kMutexUnlock:
-      return kOfMutexUnlock;
-    case Call::kMutexDestroy:
-      return kOfMutexDestroy;
-  }
-  return kOfMemory;
 }
 
 Injector& Injector::instance() {

@@ -24,6 +24,13 @@ enum class Call {
   kFstat,
   kFwrite,
   kFflush,
+  kFileno,
+  kFputs,
+  kPrint,
+  kFormat,
+  kNarrow,
+  kTime,
+  kLocalTime,
   kAccess,
   kOpendir,
   kReaddir,
@@ -31,10 +38,17 @@ enum class Call {
   kGlob,
   kUsleep,
   kThreadCreate,
+  kThreadJoin,
   kMutexInit,
   kMutexLock,
   kMutexUnlock,
   kMutexDestroy,
+  kReadWriteInit,
+  kReadLock,
+  kWriteLock,
+  kReadWriteUnlock,
+  kReadWriteDestroy,
+  kCount  ///< how many there are
 };
 
 /// "ioctl", "pthread_mutex_lock".
@@ -104,7 +118,7 @@ class Injector {
   Call call_ = Call::kMemory;
   unsigned nth_ = 0;
   Failure failure_;
-  std::atomic<unsigned> made_[32] = {};
+  std::atomic<unsigned> made_[static_cast<std::size_t>(Call::kCount)] = {};
   mutable std::mutex mutex_;
   std::vector<Met> met_;
 };

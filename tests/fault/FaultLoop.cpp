@@ -9,6 +9,8 @@
 #include <unistd.h>
 
 #include "tests/fault/Clock.h"
+#include "tests/fault/Locks.h"
+#include "tests/fault/Records.h"
 
 namespace fault {
 
@@ -69,20 +71,15 @@ void prepareForTheWorst(const std::string& what) {
   alarm(60);  // a round that hangs is dead too
 }
 
+std::vector<std::string> records(const Till& till) {
+  return recordsIn(till.machine.read(kLogFile));
+}
+
 void freshMachine(Till& till) {
-  till.machine.write("/var/log/ssddrv/ssddrv.log", "");
+  till.machine.write(kLogFile, "");
   till.setGeneration(1);
   till.broker.clearFaults();
   till.takeIndications();
-}
-
-/// A record may have several lines, but only one process id.
-unsigned recordsIn(const std::string& log) {
-  unsigned count = 0;
-  for (std::size_t at = log.find("\tP["); at != std::string::npos; at = log.find("\tP[", at + 1)) {
-    ++count;
-  }
-  return count;
 }
 
 /// The library's indications work after all that: subscribes anew and lets every drive fail.
@@ -134,6 +131,7 @@ Round run(const Scenario& scenario, const Plan& plan,
   Round round;
   round.before = present(till.machine);
   scenario.prepare(till);
+  round.logged[0] = records(till).size();
   cmpihost::Journal& journal = till.broker.journal();
   journal.clear();
   if (arm) {
@@ -149,6 +147,7 @@ Round run(const Scenario& scenario, const Plan& plan,
   round.calls = injector.met();
   round.made = injector.made(plan.call);
   round.now = present(till.machine);
+  round.logged[1] = records(till).size();
   for (const cmpihost::BrokerCall& call : journal.calls()) {
     round.brokerCalls.push_back(call.name);
   }
@@ -167,8 +166,8 @@ Round run(const Scenario& scenario, const Plan& plan,
     round.unloaded = true;
   }
   round.losses.close();
-  const std::string log = till.machine.read("/var/log/ssddrv/ssddrv.log");
-  round.logRecords = recordsIn(log);
+  round.log = records(till);
+  round.wrongReleases = wrongReleases.exchange(0);
   alarm(0);
   return round;
 }

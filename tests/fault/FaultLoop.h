@@ -31,7 +31,9 @@ struct Round {
   cmpihost::Reply next;                      ///< the list afterwards; status 16 after an unload
   std::vector<std::string> nextIndications;  ///< of a poll afterwards, drives worn, subscribed
   bool unloaded = false;
-  unsigned logRecords = 0;
+  std::vector<std::string> log;  ///< all records, without what differs from run to run
+  std::size_t logged[2] = {};    ///< how many of them were there before and after calls failed
+  unsigned wrongReleases = 0;    ///< of locks that weren't held
   std::vector<std::string> brokerCalls;  ///< by slot, while calls failed
   std::vector<std::string> violations;   ///< of what a broker may expect
   Losses losses;

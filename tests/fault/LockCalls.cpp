@@ -1,11 +1,14 @@
-// pthread_mutex_* of the library under test.
+// pthread_mutex_* and pthread_rwlock_* of the library under test.
 
+#include <array>
 #include <atomic>
+#include <cerrno>
 
 #include <dlfcn.h>
 #include <pthread.h>
 
 #include "tests/fault/Calls.h"
+#include "tests/fault/Locks.h"
 
 namespace {
 
@@ -27,6 +30,11 @@ std::atomic<LockCall<pthread_mutex_t*, const pthread_mutexattr_t*>> systemInit{n
 std::atomic<LockCall<pthread_mutex_t*>> systemLock{nullptr};
 std::atomic<LockCall<pthread_mutex_t*>> systemUnlock{nullptr};
 std::atomic<LockCall<pthread_mutex_t*>> systemDestroy{nullptr};
+std::atomic<LockCall<pthread_rwlock_t*, const pthread_rwlockattr_t*>> systemRwInit{nullptr};
+std::atomic<LockCall<pthread_rwlock_t*>> systemReadLock{nullptr};
+std::atomic<LockCall<pthread_rwlock_t*>> systemWriteLock{nullptr};
+std::atomic<LockCall<pthread_rwlock_t*>> systemRwUnlock{nullptr};
+std::atomic<LockCall<pthread_rwlock_t*>> systemRwDestroy{nullptr};
 
 /// The error to answer instead of doing the work, or 0.
 int failureOf(fault::Call call) {
@@ -34,48 +42,127 @@ int failureOf(fault::Call call) {
   return failure ? failure->number : 0;
 }
 
+// ---- What the library's threads hold: one that was refused a lock must not give it back, for it
+// may be another's.
+
+constexpr std::size_t kMostHeld = 16;
+thread_local std::array<const void*, kMostHeld> held = {};
+
+void take(const void* lock) {
+  for (const void*& place : held) {
+    if (place == nullptr) {
+      place = lock;
+      return;
+    }
+  }
+}
+
+/// Whether the calling thread holds the lock, and no longer does.
+bool giveBack(const void* lock) {
+  for (const void*& place : held) {
+    if (place == lock) {
+      place = nullptr;
+      return true;
+    }
+  }
+  ++fault::wrongReleases;
+  return false;
+}
+
+template <typename Lock>
+int locked(fault::Call call, Lock* lock, const char* name, std::atomic<LockCall<Lock*>>& known) {
+  if (const int error = failureOf(call)) {
+    return error;
+  }
+  const int result = system(name, known, lock);
+  if (result == 0) {
+    take(lock);
+  }
+  return result;
+}
+
+template <typename Lock>
+int unlocked(fault::Call call, Lock* lock, const char* name, std::atomic<LockCall<Lock*>>& known) {
+  if (!giveBack(lock)) {
+    return EPERM;
+  }
+  // Refused for a lock that isn't held; this one was, so it is given back all the same.
+  const int result = system(name, known, lock);
+  const int error = failureOf(call);
+  return error != 0 ? error : result;
+}
+
+/// The lock is gone, whatever it answers.
+template <typename Lock>
+int destroyed(fault::Call call, Lock* lock, const char* name, std::atomic<LockCall<Lock*>>& known) {
+  const int result = system(name, known, lock);
+  const int error = failureOf(call);
+  return error != 0 ? error : result;
+}
+
 }  // namespace
 
 extern "C" {
 
-FAULT_VISIBLE int pthread_mutex_init(pthread_mutex_t* mutex,
-                                     const pthread_mutexattr_t* attributes) {
+FAULT_VISIBLE int pthread_mutex_init(pthread_mutex_t* lock, const pthread_mutexattr_t* attributes) {
   if (FAULT_CALLED_BY_LIBRARY()) {
     if (const int error = failureOf(fault::Call::kMutexInit)) {
       return error;
     }
   }
-  return system("pthread_mutex_init", systemInit, mutex, attributes);
+  return system("pthread_mutex_init", systemInit, lock, attributes);
 }
 
-FAULT_VISIBLE int pthread_mutex_lock(pthread_mutex_t* mutex) {
+FAULT_VISIBLE int pthread_mutex_lock(pthread_mutex_t* lock) {
+  return FAULT_CALLED_BY_LIBRARY()
+             ? locked(fault::Call::kMutexLock, lock, "pthread_mutex_lock", systemLock)
+             : system("pthread_mutex_lock", systemLock, lock);
+}
+
+FAULT_VISIBLE int pthread_mutex_unlock(pthread_mutex_t* lock) {
+  return FAULT_CALLED_BY_LIBRARY()
+             ? unlocked(fault::Call::kMutexUnlock, lock, "pthread_mutex_unlock", systemUnlock)
+             : system("pthread_mutex_unlock", systemUnlock, lock);
+}
+
+FAULT_VISIBLE int pthread_mutex_destroy(pthread_mutex_t* lock) {
+  return FAULT_CALLED_BY_LIBRARY()
+             ? destroyed(fault::Call::kMutexDestroy, lock, "pthread_mutex_destroy", systemDestroy)
+             : system("pthread_mutex_destroy", systemDestroy, lock);
+}
+
+FAULT_VISIBLE int pthread_rwlock_init(pthread_rwlock_t* lock,
+                                      const pthread_rwlockattr_t* attributes) {
   if (FAULT_CALLED_BY_LIBRARY()) {
-    if (const int error = failureOf(fault::Call::kMutexLock)) {
+    if (const int error = failureOf(fault::Call::kReadWriteInit)) {
       return error;
     }
   }
-  return system("pthread_mutex_lock", systemLock, mutex);
+  return system("pthread_rwlock_init", systemRwInit, lock, attributes);
 }
 
-FAULT_VISIBLE int pthread_mutex_unlock(pthread_mutex_t* mutex) {
-  const int result = system("pthread_mutex_unlock", systemUnlock, mutex);
-  if (FAULT_CALLED_BY_LIBRARY()) {
-    // Refused for a lock that isn't held; this one was, so it is given back all the same.
-    if (const int error = failureOf(fault::Call::kMutexUnlock)) {
-      return error;
-    }
-  }
-  return result;
+FAULT_VISIBLE int pthread_rwlock_rdlock(pthread_rwlock_t* lock) {
+  return FAULT_CALLED_BY_LIBRARY()
+             ? locked(fault::Call::kReadLock, lock, "pthread_rwlock_rdlock", systemReadLock)
+             : system("pthread_rwlock_rdlock", systemReadLock, lock);
 }
 
-FAULT_VISIBLE int pthread_mutex_destroy(pthread_mutex_t* mutex) {
-  const int result = system("pthread_mutex_destroy", systemDestroy, mutex);
-  if (FAULT_CALLED_BY_LIBRARY()) {
-    if (const int error = failureOf(fault::Call::kMutexDestroy)) {
-      return error;
-    }
-  }
-  return result;
+FAULT_VISIBLE int pthread_rwlock_wrlock(pthread_rwlock_t* lock) {
+  return FAULT_CALLED_BY_LIBRARY()
+             ? locked(fault::Call::kWriteLock, lock, "pthread_rwlock_wrlock", systemWriteLock)
+             : system("pthread_rwlock_wrlock", systemWriteLock, lock);
+}
+
+FAULT_VISIBLE int pthread_rwlock_unlock(pthread_rwlock_t* lock) {
+  return FAULT_CALLED_BY_LIBRARY() ? unlocked(fault::Call::kReadWriteUnlock, lock,
+                                              "pthread_rwlock_unlock", systemRwUnlock)
+                                   : system("pthread_rwlock_unlock", systemRwUnlock, lock);
+}
+
+FAULT_VISIBLE int pthread_rwlock_destroy(pthread_rwlock_t* lock) {
+  return FAULT_CALLED_BY_LIBRARY() ? destroyed(fault::Call::kReadWriteDestroy, lock,
+                                               "pthread_rwlock_destroy", systemRwDestroy)
+                                   : system("pthread_rwlock_destroy", systemRwDestroy, lock);
 }
 
 }  // extern "C"

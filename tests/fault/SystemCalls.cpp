@@ -1,21 +1,18 @@
 // The file and drive calls of the library under test, led to the machine and, when their time has
-// come, to a failure. Calls of anybody else go to the system as they are.
+// come, to a failure. Calls of anybody else go to the system as they are. Streams: StreamCalls.cpp.
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 #include <cstring>
-#include <map>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include <dirent.h>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <glob.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -23,6 +20,7 @@
 #include "tests/fault/DriveAnswer.h"
 #include "tests/fault/Machine.h"
 #include "tests/fault/Streams.h"
+#include "tests/fault/System.h"
 
 namespace {
 
@@ -32,19 +30,9 @@ using fault::Failure;
 using fault::Injector;
 using fault::Machine;
 
-template <typename Function>
-Function next(const char* name) {
-  return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
-}
+using fault::next;
 
 struct System {
-  decltype(&::fopen) fopen = next<decltype(&::fopen)>("fopen");
-  decltype(&::fclose) fclose = next<decltype(&::fclose)>("fclose");
-  decltype(&::fgets) fgets = next<decltype(&::fgets)>("fgets");
-  decltype(&::getdelim) getdelim = next<decltype(&::getdelim)>("getdelim");
-  decltype(&::fstat) fstat = next<decltype(&::fstat)>("fstat");
-  decltype(&::fwrite) fwrite = next<decltype(&::fwrite)>("fwrite");
-  decltype(&::fflush) fflush = next<decltype(&::fflush)>("fflush");
   decltype(&::opendir) opendir = next<decltype(&::opendir)>("opendir");
   decltype(&::readdir) readdir = next<decltype(&::readdir)>("readdir");
   decltype(&::closedir) closedir = next<decltype(&::closedir)>("closedir");
@@ -58,48 +46,28 @@ const System& theSystem() {
 }
 [[maybe_unused]] const System& lookedUpEarly = theSystem();
 
-/// The names of what the library has open. Never destroyed: the library may go last.
-struct Names {
+/// What the library has open. Never destroyed: the library may go last.
+struct Opened {
   std::mutex mutex;
-  std::map<const void*, std::string> streams;
-  std::map<const void*, std::string> folders;
   std::array<std::atomic<Drive*>, 65536> drives{};
   std::vector<glob_t> scans;
 };
 
-Names& names() {
-  static auto* const all = new Names;
+Opened& opened() {
+  static auto* const all = new Opened;
   return *all;
 }
 
-/// Only what counts or fails is asked for names: taking a lock at every call would hide races.
-std::string nameOf(std::FILE* stream) {
-  if (!Injector::instance().active()) {
-    return {};
-  }
-  if (stream == stdout || stream == stderr) {
-    return stream == stdout ? "stdout" : "stderr";
-  }
-  const std::lock_guard lock(names().mutex);
-  const auto found = names().streams.find(stream);
-  return found == names().streams.end() ? "?" : found->second;
-}
-
 Drive* driveOf(int fd) {
-  return fd >= 0 && static_cast<std::size_t>(fd) < names().drives.size()
-             ? names().drives[static_cast<std::size_t>(fd)].load(std::memory_order_relaxed)
+  return fd >= 0 && static_cast<std::size_t>(fd) < opened().drives.size()
+             ? opened().drives[static_cast<std::size_t>(fd)].load(std::memory_order_relaxed)
              : nullptr;
 }
 
 void setDrive(int fd, Drive* drive) {
-  if (fd >= 0 && static_cast<std::size_t>(fd) < names().drives.size()) {
-    names().drives[static_cast<std::size_t>(fd)].store(drive, std::memory_order_relaxed);
+  if (fd >= 0 && static_cast<std::size_t>(fd) < opened().drives.size()) {
+    opened().drives[static_cast<std::size_t>(fd)].store(drive, std::memory_order_relaxed);
   }
-}
-
-std::string realPath(const char* path) {
-  const Machine* machine = Machine::current();
-  return machine != nullptr ? machine->real(path) : path;
 }
 
 /// "/dev/sda #2": the second time since the library was loaded.
@@ -125,7 +93,7 @@ int libraryOpen(const char* path, int flags) {
   if (const auto failure = Injector::instance().meet(Call::kOpen, what)) {
     return fail(*failure);
   }
-  const int fd = systemOpen(realPath(path).c_str(), flags, 0);
+  const int fd = systemOpen(fault::realPath(path).c_str(), flags, 0);
   setDrive(fd, drive);
   return fd;
 }
@@ -154,68 +122,6 @@ int libraryIoctl(int fd, unsigned long request, void* argument) {
   return fault::answer(*drive, request, argument, failure.has_value());
 }
 
-std::FILE* libraryFopen(const char* path, const char* mode) {
-  if (const auto failure = Injector::instance().meet(Call::kFopen, path)) {
-    errno = failure->number;
-    return nullptr;
-  }
-  std::FILE* stream = theSystem().fopen(realPath(path).c_str(), mode);
-  if (stream != nullptr) {
-    const std::lock_guard lock(names().mutex);
-    names().streams[stream] = path;
-  }
-  return stream;
-}
-
-char* libraryFgets(char* buffer, int size, std::FILE* stream) {
-  const auto failure = Injector::instance().meet(Call::kFgets, nameOf(stream));
-  if (failure && failure->kind != Failure::kShort) {
-    if (failure->kind == Failure::kError) {
-      errno = failure->number;
-    }
-    return nullptr;
-  }
-  char* line = theSystem().fgets(buffer, size, stream);
-  if (line != nullptr && failure) {
-    line[(std::strlen(line) + 1) / 2] = '\0';
-  }
-  return line;
-}
-
-ssize_t libraryGetline(char** line, std::size_t* capacity, int delimiter, std::FILE* stream) {
-  const auto failure = Injector::instance().meet(Call::kGetline, nameOf(stream));
-  if (failure && failure->kind != Failure::kShort) {
-    if (failure->kind == Failure::kError) {
-      errno = failure->number;
-    }
-    return -1;
-  }
-  ssize_t length = theSystem().getdelim(line, capacity, delimiter, stream);
-  if (length > 0 && failure) {
-    length = (length + 1) / 2;
-    (*line)[length] = '\0';
-  }
-  return length;
-}
-
-std::size_t libraryFwrite(const void* data, std::size_t size, std::size_t count,
-                          std::FILE* stream) {
-  const auto failure = Injector::instance().meet(Call::kFwrite, nameOf(stream));
-  if (!failure) {
-    return theSystem().fwrite(data, size, count, stream);
-  }
-  errno = failure->kind == Failure::kShort ? ENOSPC : failure->number;
-  return failure->kind == Failure::kShort ? theSystem().fwrite(data, size, count / 2, stream) : 0;
-}
-
-int libraryFflush(std::FILE* stream) {
-  if (const auto failure = Injector::instance().meet(Call::kFflush, nameOf(stream))) {
-    errno = failure->kind == Failure::kShort ? ENOSPC : failure->number;
-    return EOF;
-  }
-  return theSystem().fflush(stream);
-}
-
 dirent* libraryReaddir(DIR* folder) {
   dirent* entry = theSystem().readdir(folder);
   const std::string what = entry != nullptr ? entry->d_name : "end";
@@ -233,15 +139,15 @@ int libraryGlob(const char* pattern, int flags, int (*onError)(const char*, int)
     *found = {};
     return failure->number;
   }
-  const int result = theSystem().glob(realPath(pattern).c_str(), flags, onError, found);
+  const int result = theSystem().glob(fault::realPath(pattern).c_str(), flags, onError, found);
   if (result == 0) {
-    const std::size_t prefix = realPath(pattern).size() - std::strlen(pattern);
+    const std::size_t prefix = fault::realPath(pattern).size() - std::strlen(pattern);
     for (std::size_t i = 0; i < found->gl_pathc; ++i) {
       char* path = found->gl_pathv[i];
       std::memmove(path, path + prefix, std::strlen(path + prefix) + 1);
     }
-    const std::lock_guard lock(names().mutex);
-    names().scans.push_back(*found);
+    const std::lock_guard lock(opened().mutex);
+    opened().scans.push_back(*found);
   }
   return result;
 }
@@ -250,30 +156,13 @@ int libraryGlob(const char* pattern, int flags, int (*onError)(const char*, int)
 
 namespace fault {
 
-std::vector<std::string> openStreams() {
-  const std::lock_guard lock(names().mutex);
-  std::vector<std::string> paths;
-  for (const auto& [stream, path] : names().streams) {
-    paths.push_back(path);
-  }
-  return paths;
-}
-
-void closeStreams() {
-  const std::lock_guard lock(names().mutex);
-  for (const auto& [stream, path] : names().streams) {
-    theSystem().fclose(static_cast<std::FILE*>(const_cast<void*>(stream)));
-  }
-  names().streams.clear();
-}
-
 int releaseScans() {
-  const std::lock_guard lock(names().mutex);
-  const int count = static_cast<int>(names().scans.size());
-  for (glob_t& scan : names().scans) {
+  const std::lock_guard lock(opened().mutex);
+  const int count = static_cast<int>(opened().scans.size());
+  for (glob_t& scan : opened().scans) {
     theSystem().globfree(&scan);
   }
-  names().scans.clear();
+  opened().scans.clear();
   return count;
 }
 
@@ -326,63 +215,6 @@ FAULT_VISIBLE int fcntl(int fd, int command, ...) {
   return static_cast<int>(syscall(SYS_fcntl, fd, command, argument));
 }
 
-FAULT_VISIBLE std::FILE* fopen(const char* path, const char* mode) {
-  return FAULT_CALLED_BY_LIBRARY() ? libraryFopen(path, mode) : theSystem().fopen(path, mode);
-}
-
-FAULT_VISIBLE int fclose(std::FILE* stream) {
-  if (!FAULT_CALLED_BY_LIBRARY()) {
-    return theSystem().fclose(stream);
-  }
-  const auto failure = Injector::instance().meet(Call::kFclose, nameOf(stream));
-  {
-    const std::lock_guard lock(names().mutex);
-    names().streams.erase(stream);
-  }
-  // The stream is gone, whatever it answers.
-  const int result = theSystem().fclose(stream);
-  if (failure) {
-    errno = failure->number;
-    return EOF;
-  }
-  return result;
-}
-
-FAULT_VISIBLE char* fgets(char* buffer, int size, std::FILE* stream) {
-  return FAULT_CALLED_BY_LIBRARY() ? libraryFgets(buffer, size, stream)
-                                   : theSystem().fgets(buffer, size, stream);
-}
-
-FAULT_VISIBLE ssize_t __getdelim(char** line, std::size_t* capacity, int delimiter,
-                                 std::FILE* stream) {
-  return FAULT_CALLED_BY_LIBRARY() ? libraryGetline(line, capacity, delimiter, stream)
-                                   : theSystem().getdelim(line, capacity, delimiter, stream);
-}
-
-FAULT_VISIBLE ssize_t getline(char** line, std::size_t* capacity, std::FILE* stream) {
-  return FAULT_CALLED_BY_LIBRARY() ? libraryGetline(line, capacity, '\n', stream)
-                                   : theSystem().getdelim(line, capacity, '\n', stream);
-}
-
-FAULT_VISIBLE int fstat(int fd, struct stat* status) {
-  if (FAULT_CALLED_BY_LIBRARY()) {
-    if (const auto failure = Injector::instance().meet(Call::kFstat, "log file")) {
-      return fail(*failure);
-    }
-  }
-  return theSystem().fstat(fd, status);
-}
-
-FAULT_VISIBLE std::size_t fwrite(const void* data, std::size_t size, std::size_t count,
-                                 std::FILE* stream) {
-  return FAULT_CALLED_BY_LIBRARY() ? libraryFwrite(data, size, count, stream)
-                                   : theSystem().fwrite(data, size, count, stream);
-}
-
-FAULT_VISIBLE int fflush(std::FILE* stream) {
-  return FAULT_CALLED_BY_LIBRARY() ? libraryFflush(stream) : theSystem().fflush(stream);
-}
-
 FAULT_VISIBLE int access(const char* path, int mode) {
   if (!FAULT_CALLED_BY_LIBRARY()) {
     return static_cast<int>(syscall(SYS_faccessat, AT_FDCWD, path, mode));
@@ -390,7 +222,7 @@ FAULT_VISIBLE int access(const char* path, int mode) {
   if (const auto failure = Injector::instance().meet(Call::kAccess, path)) {
     return fail(*failure);
   }
-  return static_cast<int>(syscall(SYS_faccessat, AT_FDCWD, realPath(path).c_str(), mode));
+  return static_cast<int>(syscall(SYS_faccessat, AT_FDCWD, fault::realPath(path).c_str(), mode));
 }
 
 FAULT_VISIBLE DIR* opendir(const char* path) {
@@ -401,7 +233,7 @@ FAULT_VISIBLE DIR* opendir(const char* path) {
     errno = failure->number;
     return nullptr;
   }
-  return theSystem().opendir(realPath(path).c_str());
+  return theSystem().opendir(fault::realPath(path).c_str());
 }
 
 FAULT_VISIBLE dirent* readdir(DIR* folder) {
@@ -425,8 +257,8 @@ FAULT_VISIBLE int glob(const char* pattern, int flags, int (*onError)(const char
 
 FAULT_VISIBLE void globfree(glob_t* found) {
   if (FAULT_CALLED_BY_LIBRARY()) {
-    const std::lock_guard lock(names().mutex);
-    auto& scans = names().scans;
+    const std::lock_guard lock(opened().mutex);
+    auto& scans = opened().scans;
     scans.erase(
         std::remove_if(scans.begin(), scans.end(),
                        [found](const glob_t& scan) { return scan.gl_pathv == found->gl_pathv; }),

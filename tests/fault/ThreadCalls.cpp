@@ -201,6 +201,7 @@ FAULT_VISIBLE int pthread_join(pthread_t id, void** result) {
   if (!FAULT_CALLED_BY_LIBRARY()) {
     return systemJoin()(id, result);
   }
+  const auto failure = Injector::instance().meet(Call::kThreadJoin, "polling thread");
   Thread* joined = nullptr;
   for (Thread& thread : startedThreads) {
     if (thread.state != State::kFree && thread.id == id) {
@@ -213,7 +214,8 @@ FAULT_VISIBLE int pthread_join(pthread_t id, void** result) {
   if (joined != nullptr) {
     joined->state = State::kFree;
   }
-  return rc;
+  // Refused for a thread that is gone; this one is by now.
+  return failure ? failure->number : rc;
 }
 
 FAULT_VISIBLE int usleep(useconds_t microseconds) {

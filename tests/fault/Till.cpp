@@ -28,12 +28,7 @@ Till::Till(bool orderly) {
   machine.add(Drive::kAttribute, "sda", "SanDisk SSD P4 64GB", "SD0123456789");
   machine.add(Drive::kStatistics, "sdb", "TS64GHSD630", "TS0123456789");
   machine.add(Drive::kNvme, "nvme0", "Simulated NVMe Controller 256GB", "NV01234567890123456");
-  const bool traced = traceEverything();
-  machine.write("/etc/ssddrv/log.conf",
-                traced ? "MaxLength=1000000\nLevel=4\n" : "MaxLength=1000000\n");
-  machine.write("/etc/ssddrv/ssddrv.ini",
-                "PollRate=" + std::to_string(kTicksPerPoll) + "\nPercentUsedThreshold=80\n" +
-                    (traced ? "DebugTraceAttributes=1\nDebugTraceLogs=1\n" : ""));
+  setTraced(traceEverything());
   setGeneration(1);
   if (!orderly) {
     return;
@@ -47,6 +42,15 @@ Till::Till(bool orderly) {
 Till::~Till() {
   provider_.reset();
   theBroker = nullptr;
+}
+
+void Till::setTraced(bool traced) {
+  traced_ = traced;
+  machine.write("/etc/ssddrv/log.conf",
+                traced ? "MaxLength=1000000\nLevel=4\nIsConsole=1\n" : "MaxLength=1000000\n");
+  machine.write("/etc/ssddrv/ssddrv.ini",
+                "PollRate=" + std::to_string(kTicksPerPoll) + "\nPercentUsedThreshold=80\n" +
+                    (traced ? "DebugTraceAttributes=1\nDebugTraceLogs=1\n" : ""));
 }
 
 std::string Till::library() { return VEKSSD_LIBRARY; }

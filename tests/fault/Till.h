@@ -27,6 +27,11 @@ class Till {
   Machine machine;
   cmpihost::Broker broker;
 
+  /// Whether the library logs, traces and dumps all it can, and echoes it: with VEKSSD_FAULT_TRACE
+  /// from the start. Takes effect when it is loaded the next time.
+  void setTraced(bool traced);
+  bool traced() const { return traced_; }
+
   void load();
   bool loaded() const { return provider_ != nullptr; }
   /// Both factories, as an object manager calls them.
@@ -54,6 +59,7 @@ class Till {
 
  private:
   std::unique_ptr<cmpihost::Provider> provider_;
+  bool traced_ = false;
 };
 
 constexpr char kNamespace[] = "root/cimv2";
