@@ -206,6 +206,22 @@ TEST_F(EntryPoints, AFailedInitialisationIsCountedAndNotTriedAgain) {
   isStatus(CMPI_RC_OK);
 }
 
+TEST_F(EntryPoints, AProviderThatIsBeingInitialisedIsKnownButNotReady) {
+  core().whileReading = [this] {
+    EXPECT_NE(drvProvider, nullptr);
+    EXPECT_EQ(instanceMI.hdl, drvProvider.load());
+    EXPECT_EQ(use_count, 0);
+    // Answered at once: the factory holds the lock.
+    status = drvEnumInstances(&instanceMI, context, result, ssds, nullptr);
+    isStatus(CMPI_RC_ERR_METHOD_NOT_AVAILABLE);
+  };
+  const std::string seen = createInstanceMi();
+  EXPECT_EQ(events::count(seen, "drvEnumInstances - provider=" + provider()), 1U);
+  core().whileReading = {};
+  (void)entry([this] { return drvEnumInstances(&instanceMI, context, result, ssds, nullptr); });
+  isStatus(CMPI_RC_OK);
+}
+
 // ---- Forwarding entries ---------------------------------------------------------------------
 
 struct Forwarding {

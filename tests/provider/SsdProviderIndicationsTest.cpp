@@ -159,6 +159,20 @@ TEST_F(Indications, RefuseToActivateAFilterForAnyOtherClassAndChangeNothing) {
   EXPECT_EQ(events::count(activate(), "current activeIndSubscriptions=0"), 1U);
 }
 
+TEST_F(Indications, TakeAMissingClassForAnEmptyOne) {
+  EXPECT_EQ(activate(1, nullptr), "log 3: SsdProvider::activateFilter - Object path: class = \n");
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_CLASS);
+  EXPECT_EQ(deactivate(1, nullptr),
+            "log 3: SsdProvider::deActivateFilter - Object path: class = \n");
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_CLASS);
+  EXPECT_EQ(events::during([this] {
+              status = provider->authorizeFilter(nullptr, request, nullptr, nullptr,
+                                                 filtered(nullptr), nullptr);
+            }),
+            "log 3: SsdProvider::authorizeFilter - Object path: class = \n");
+  EXPECT_EQ(status.rc, CMPI_RC_ERR_INVALID_CLASS);
+}
+
 TEST_F(Indications, RefuseToDeactivateAFilterForAnyOtherClassAndChangeNothing) {
   subscribe();
   EXPECT_EQ(deactivate(1, "KAV_SSDLifeMonitor"),
@@ -259,6 +273,21 @@ TEST_F(Indications, CleanedUpCloseTheGateAndUnregister) {
             lines({"log 3: SsdProvider::indicationCleanup", "core: unregisterSsdListener"}));
   EXPECT_EQ(core().listener, nullptr);
   EXPECT_EQ(events::count(fail(a), kDisabled), 1U);
+}
+
+/// The core may be raising an event at that very moment.
+TEST_F(Indications, CloseTheGateBeforeTheCoreIsTold) {
+  subscribe();
+  events::onEach([this](const std::string& line) {
+    if (line == "core: registerSsdListener" || line == "core: unregisterSsdListener") {
+      provider->SsdFailureImminent(a.model, a.serialNumber, a.physicalDrive, 96);
+    }
+  });
+  EXPECT_EQ(events::count(deactivate(), kDisabled), 1U);
+  enable();
+  EXPECT_EQ(events::count(events::during([this] { provider->indicationCleanup(); }), kDisabled),
+            1U);
+  events::onEach({});
 }
 
 TEST_F(Indications, AreCleanedUpWithoutAServiceToo) {
