@@ -1,8 +1,11 @@
 #include "base/Mutex.h"
 
 #include <atomic>
+#include <cerrno>
 #include <future>
+#include <memory>
 #include <thread>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -14,6 +17,25 @@ namespace {
 
 class Locks : public testing::Test {
  protected:
+  /// Whether `own` makes another thread wait that asks for the same.
+  template <typename Guard, typename Lock>
+  static bool keepsOthersOut(Lock& lock, std::unique_ptr<Guard> own) {
+    FakeThreads::watchMutexes(&lock, sizeof lock);
+    const std::size_t before = FakeThreads::contended();
+    std::atomic<bool> entered{false};
+    std::thread other([&] {
+      const Guard guard(lock);
+      entered = true;
+    });
+    while (FakeThreads::contended() == before && !entered) {
+      std::this_thread::yield();
+    }
+    const bool kept = !entered;
+    own.reset();
+    other.join();
+    return kept;
+  }
+
   Mutex mutex_;
   SharedMutex shared_;
 };
@@ -68,4 +90,18 @@ TEST_F(Locks, AWriterWaitsForTheReaders) {
   goOn.set_value();
   reader.join();
   writer.join();
+}
+
+TEST_F(Locks, AMutexThatWasRefusedIsNotGivenBack) {
+  auto own = std::make_unique<MutexLock>(mutex_);
+  FakeThreads::refuseNextLock(EAGAIN);
+  { const MutexLock refused(mutex_); }
+  EXPECT_TRUE(keepsOthersOut(mutex_, std::move(own)));
+}
+
+TEST_F(Locks, OneThatItsWriterIsRefusedAgainIsNotGivenBack) {
+  auto own = std::make_unique<WriterLock>(shared_);
+  { const WriterLock refused(shared_); }
+  { const ReaderLock refused(shared_); }
+  EXPECT_TRUE(keepsOthersOut(shared_, std::move(own)));
 }

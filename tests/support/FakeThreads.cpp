@@ -15,6 +15,7 @@ namespace testkit {
 namespace {
 
 thread_local bool isLibraryThread = false;
+thread_local int lockRefusal = 0;
 
 // Plain atomics: a mutex in the way of every mutex would wait for itself.
 std::atomic<std::uintptr_t> watchedBegin{0};
@@ -105,6 +106,8 @@ void FakeThreads::watchMutexes(const void* object, std::size_t size) {
 
 std::size_t FakeThreads::contended() { return contentions; }
 
+void FakeThreads::refuseNextLock(int error) { lockRefusal = error; }
+
 void* FakeThreads::run(void* memory) {
   const std::unique_ptr<Start> start(static_cast<Start*>(memory));
   FakeThreads& self = *start->threads;
@@ -186,6 +189,9 @@ int FakeThreads::sleep(useconds_t microseconds) {
 }
 
 int FakeThreads::lock(pthread_mutex_t* mutex) {
+  if (lockRefusal != 0) {
+    return std::exchange(lockRefusal, 0);
+  }
   if (isWatched(mutex)) {
     if (pthread_mutex_trylock(mutex) == 0) {
       return 0;

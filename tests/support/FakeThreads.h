@@ -49,6 +49,8 @@ class FakeThreads {
   /// readers-writer lock, in this object.
   static void watchMutexes(const void* object, std::size_t size);
   [[nodiscard]] static std::size_t contended();
+  /// Lets the next locking of a mutex by this thread fail with `error`.
+  static void refuseNextLock(int error);
 
   FakeThreads(const FakeThreads&) = delete;
   FakeThreads& operator=(const FakeThreads&) = delete;
