@@ -54,12 +54,6 @@ void tryPlan(const Scenario& scenario, const Plan& plan, const Round& clean, Jud
   judge(scenario, plan, round, clean);
 }
 
-/// Every how manyth way is tried.
-unsigned long sampleStep() {
-  const char* sample = std::getenv("VEKSSD_FAULT_SAMPLE");
-  return sample == nullptr ? 1UL : std::max(1UL, std::strtoul(sample, nullptr, 10));
-}
-
 using Records = std::vector<std::string>;
 
 Records part(const Records& log, std::size_t begin, std::size_t end) {
@@ -76,6 +70,11 @@ Records logBefore(const Round& round) { return part(round.log, 0, round.logged[0
 Records logWhile(const Round& round) { return part(round.log, round.logged[0], round.logged[1]); }
 
 Records logAfter(const Round& round) { return part(round.log, round.logged[1], round.log.size()); }
+
+Sample::Sample() {
+  const char* step = std::getenv("VEKSSD_FAULT_SAMPLE");
+  step_ = step == nullptr ? 1UL : std::max(1UL, std::strtoul(step, nullptr, 10));
+}
 
 Score& Score::operator+=(const Score& other) {
   sites += other.sites;
@@ -153,15 +152,14 @@ Score failEverySite(const Scenario& scenario, Call call, Judge judge) {
   }
   Score score;
   score.made = clean.made;
-  const unsigned long step = sampleStep();
-  unsigned long possible = 0;
+  Sample sample;
   for (plan.nth = 1; plan.nth <= clean.made && !testing::Test::HasFailure(); ++plan.nth) {
     const unsigned before = score.ways;
     for (const Failure& failure : failuresOf(call)) {
       plan.failure = failure;
       for (const bool forEver : {false, true}) {
         plan.forEver = forEver;
-        if (possible++ % step == 0) {
+        if (sample.takesNext()) {
           tryPlan(scenario, plan, clean, judge, score);
         }
       }

@@ -31,12 +31,22 @@ struct Score {
 /// Says on standard output how many calls were failed; at least one must have been.
 void report(const Scenario& scenario, const char* calls, const Score& score);
 
+/// Which of many ways to try: every one, or with VEKSSD_FAULT_SAMPLE=7 the first and every seventh.
+class Sample {
+ public:
+  Sample();
+  bool takesNext() { return offered_++ % step_ == 0; }
+
+ private:
+  unsigned long step_;
+  unsigned long offered_ = 0;
+};
+
 /// Judges one round; `clean` is the one in which nothing failed.
 using Judge = void (*)(const Scenario& scenario, const Plan& plan, const Round& round,
                        const Round& clean);
 
-/// Fails every call of the kind in every way, once and from then on. VEKSSD_FAULT_SAMPLE=7 takes
-/// every seventh of these ways.
+/// Fails every call of the kind in every way, once and from then on.
 Score failEverySite(const Scenario& scenario, Call call, Judge judge);
 
 }  // namespace fault
