@@ -147,6 +147,26 @@ TEST_F(BrokerCalls, TakeAnObjectThatIsMissingWithoutAReasonForAFailure) {
   EXPECT_EQ(events::only("out: ", seen), "out: Utils::MakeNewDateTime - bad status 1\n");
 }
 
+/// Some brokers write a status only where they fail.
+TEST_F(BrokerCalls, HaveSucceededWhereTheBrokerLeavesTheStatusAlone) {
+  broker.beTerse();
+  EXPECT_NE(madePath(), nullptr);
+  EXPECT_NE(madeInstance(), nullptr);
+  EXPECT_NE(madeDateTime(), nullptr);
+  const CMPIObjectPath* path = broker.path(std::string("some id"));
+  (void)events::during([&] { EXPECT_STREQ(Utils::GetCharsKeyValue(path, "DeviceID"), "some id"); });
+}
+
+TEST_F(BrokerCalls, FailWithoutAMessageWhereTheBrokerWritesNone) {
+  broker.beTerse();
+  broker.fail("newObjectPath", 1, CMPI_RC_ERR_ALREADY_EXISTS);
+  const std::optional<CMPIStatus> thrown =
+      thrownBy([&] { (void)Utils::MakeNewObjectPath(broker.cmpi(), "ns", "class"); });
+  ASSERT_TRUE(thrown.has_value());
+  EXPECT_EQ(thrown->rc, CMPI_RC_ERR_ALREADY_EXISTS);
+  EXPECT_EQ(thrown->msg, nullptr);
+}
+
 class KeyValues : public BrokerCalls {
  protected:
   std::string textOf(const CMPIObjectPath* path) {

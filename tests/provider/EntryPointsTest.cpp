@@ -561,6 +561,18 @@ TEST_F(EntryPoints, AFreshProviderIsMadeAfterTheLastCleanUp) {
   EXPECT_EQ(use_count, 1);
 }
 
+TEST_F(EntryPoints, AProviderThatSaysThatItIsGoneIsForgotten) {
+  (void)createInstanceMi();
+  bool forgotten = false;
+  events::onEach([&](const std::string& line) {
+    if (line == "log 2: SsdProvider - provider destroyed") {
+      forgotten = drvProvider == nullptr;
+    }
+  });
+  (void)cleanInstanceMi();
+  EXPECT_TRUE(forgotten);
+}
+
 TEST_F(EntryPoints, AnUninitialisedProviderIsCleanedUpLikeAnyOther) {
   core().initialiseCode = 3;
   (void)createIndicationMi();

@@ -285,12 +285,13 @@ TEST_F(FailedFactories, ShortOfMemoryAfterwardsLeaveTheProviderUninitialised) {
   for (unsigned nth = 2;; ++nth) {
     SCOPED_TRACE(nth);
     bool failed = false;
-    (void)events::during([&] {
+    const std::string seen = events::during([&] {
       allocations::failNth(nth);
       SsdProvider_Create_InstanceMI(broker.cmpi(), nullptr, &status);
       failed = allocations::failed();
       allocations::failNth(0);
     });
+    EXPECT_EQ(events::count(seen, "log 3: SsdProvider::initialise"), 1U);
     EXPECT_EQ(status.rc, CMPI_RC_OK);
     EXPECT_EQ(use_count, 1);
     EXPECT_NE(drvProvider, nullptr);

@@ -139,7 +139,7 @@ RecordingBroker::RecordingBroker(const char* name) {
     auto* path = self.make<CMPIObjectPath>("path");
     const Answer answer = self.enter("newObjectPath", std::string("newObjectPath(") + nameSpace +
                                                           ", " + className + ") = " + path->label);
-    *rc = answer.status;
+    self.put(rc, answer.status);
     return answer.null ? nullptr : static_cast<CMPIObjectPath*>(path);
   };
   eft_.newInstance = [](const CMPIBroker* broker, const CMPIObjectPath* path, CMPIStatus* rc) {
@@ -148,7 +148,7 @@ RecordingBroker::RecordingBroker(const char* name) {
     auto* instance = self.make<CMPIInstance>("instance");
     const Answer answer =
         self.enter("newInstance", "newInstance(" + self.name(path) + ") = " + instance->label);
-    *rc = answer.status;
+    self.put(rc, answer.status);
     return answer.null ? nullptr : static_cast<CMPIInstance*>(instance);
   };
   eft_.newDateTime = [](const CMPIBroker* broker, CMPIStatus* rc) {
@@ -156,7 +156,7 @@ RecordingBroker::RecordingBroker(const char* name) {
     RecordingBroker& self = of(broker);
     auto* moment = self.make<CMPIDateTime>("dateTime");
     const Answer answer = self.enter("newDateTime", "newDateTime() = " + moment->label);
-    *rc = answer.status;
+    self.put(rc, answer.status);
     return answer.null ? nullptr : static_cast<CMPIDateTime*>(moment);
   };
 
@@ -219,9 +219,7 @@ void RecordingBroker::fillTables() {
       const Answer answer = thing.owner->enter("getCharPtr", thing.label + ".getCharPtr()");
       status = answer.status;
     }
-    if (rc != nullptr) {
-      *rc = status;
-    }
+    thing.owner->put(rc, status);
     return thing.characters && status.rc == CMPI_RC_OK ? thing.characters->c_str() : nullptr;
   };
 
@@ -261,7 +259,7 @@ void RecordingBroker::fillTables() {
     const Thing<CMPIObjectPath>& thing = thingOf(path);
     const Answer answer =
         thing.owner->enter("getKey", thing.label + ".getKey(" + std::string(key) + ")");
-    *rc = answer.status;
+    thing.owner->put(rc, answer.status);
     const auto found = thing.keys.find(key);
     if (answer.status.rc == CMPI_RC_OK && found != thing.keys.end()) {
       return found->second;
@@ -358,6 +356,16 @@ const void* RecordingBroker::address(const std::string& label) const {
     }
   }
   throw std::logic_error("no object " + label);
+}
+
+void RecordingBroker::put(CMPIStatus* rc, const CMPIStatus& status) const {
+  if (rc == nullptr || (terse_ && status.rc == CMPI_RC_OK)) {
+    return;
+  }
+  rc->rc = status.rc;
+  if (!terse_ || status.msg != nullptr) {
+    rc->msg = status.msg;
+  }
 }
 
 void RecordingBroker::violate(const std::string& text) {

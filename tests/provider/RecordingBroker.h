@@ -57,6 +57,8 @@ class RecordingBroker {
   void clearFailures() { plans_.clear(); }
   /// The nth call of that name answers CMPI_RC_OK without an object.
   void answerNull(const std::string& call, unsigned nth);
+  /// From now on a status is written only where a call fails, and its message only if there is one.
+  void beTerse() { terse_ = true; }
   /// The nth call of that name throws a C++ exception, as no broker should.
   void throwFrom(const std::string& call, unsigned nth);
 
@@ -132,6 +134,8 @@ class RecordingBroker {
 
   /// Records the call and answers what it is to come to.
   Answer enter(const std::string& call, const std::string& text);
+  /// Tells the provider how the call went.
+  void put(CMPIStatus* rc, const CMPIStatus& status) const;
   void violate(const std::string& text);
 
   static void fillTables();
@@ -150,6 +154,7 @@ class RecordingBroker {
   std::vector<std::unique_ptr<ThingOwner>> things_;
   std::map<std::string, unsigned> labels_;
   std::vector<Plan> plans_;
+  bool terse_ = false;
   std::string failedCall_;
   std::deque<Thread> threads_;
   std::vector<std::string> violations_;
