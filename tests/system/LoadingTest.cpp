@@ -38,6 +38,32 @@ TEST(Loading, WaitsForAnIndicationsThreadBeforeItsCodeGoes) {
   EXPECT_EQ(countOf(till.step("unload-at-once").err, "IndicateThread - Exit\n"), 1U);
 }
 
+/// How long the unloading thread slept for the indications' threads, each time.
+std::vector<int> pausesOf(const TillRun& till) {
+  std::vector<int> pauses;
+  for (const json& entry : till.journal("usleep")) {
+    if (entry.at("tid") == entry.at("pid")) {
+      pauses.push_back(entry.at("microseconds"));
+    }
+  }
+  return pauses;
+}
+
+TEST(Loading, GivesAnIndicationsThreadThatHasEndedTimeForItsLastInstructionsOnly) {
+  TillRun till(machineWith(sataDrive("sda", "S1", R"({"readings": [95, 95, 96]})")));
+  till.setting("PollRate=1000000");
+  till.run({"load", "instance-mi", "activate", "enable", "list", "indication:20000",
+            "threads:20000", "cleanup-instance", "unload"});
+  EXPECT_EQ(pausesOf(till), std::vector<int>{50000});
+}
+
+TEST(Loading, WaitsForNothingWithoutAnIndication) {
+  TillRun till("till");
+  till.setting("PollRate=1000000");
+  till.run({"load", "instance-mi", "activate", "enable", "list", "cleanup-instance", "unload"});
+  EXPECT_EQ(pausesOf(till), std::vector<int>{});
+}
+
 /// The log's own descriptor stays with each load, as its handler does.
 TEST(Loading, FiftyTimesLeavesNothingBehindButTheLogOfEachLoad) {
   TillRun till("till");
