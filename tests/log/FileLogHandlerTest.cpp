@@ -8,6 +8,7 @@
 #include "tests/support/CapturedStream.h"
 #include "tests/support/FakeRoot.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/VirtualSlots.h"
 
 using namespace testkit;
 
@@ -54,6 +55,12 @@ class EchoedLogFile : public LogFile {
 };
 
 }  // namespace
+
+// The order by which support finds its way in a core dump.
+TEST(LogHandlers, LogAndTellTheirLevelBehindTheirDestructor) {
+  EXPECT_EQ(slotOf(&LogHandler::Log), 2U);
+  EXPECT_EQ(slotOf(&LogHandler::GetLevel), 3U);
+}
 
 TEST_F(LogFile, IsOpenedByTheFirstLineAndStaysOpen) {
   EXPECT_FALSE(root().exists(kLogFile));
