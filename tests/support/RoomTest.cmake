@@ -16,7 +16,14 @@ function(vekssd_room_test name)
   foreach(call IN LISTS VEKSSD_SEAM)
     target_link_options(${name} PRIVATE "-Wl,--wrap=${call}")
   endforeach()
+  if("thread" IN_LIST VEKSSD_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    # To what it takes for C++ it links operators new and delete that can't stand beside those of
+    # Allocations.cpp.
+    set_target_properties(${name} PROPERTIES LINKER_LANGUAGE C)
+  endif()
   vekssd_warnings(${name})
+  # Parsed once: most of the time that compiling these files took.
+  target_precompile_headers(${name} PRIVATE <gtest/gtest.h>)
   gtest_discover_tests(${name}
     PROPERTIES
       TIMEOUT 120
