@@ -84,7 +84,9 @@ Score& Score::operator+=(const Score& other) {
 }
 
 void report(const Scenario& scenario, const char* calls, const Score& score) {
-  EXPECT_GT(score.sites, 0U) << "nothing was failed";
+  // Subscribing only locks, which a sanitizer keeps to itself.
+  const bool mayBeNone = scenario.name == "subscribe" && !Memory::seesAllocations();
+  EXPECT_TRUE(score.sites > 0 || mayBeNone) << "nothing was failed";
   EXPECT_GE(score.ways, score.sites);
   std::cout << scenario.name << (theTill().traced() ? " (traced)" : "") << ": " << score.sites
             << " of " << score.made << ' ' << calls << " failed in " << score.ways << " ways\n";
