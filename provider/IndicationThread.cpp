@@ -103,7 +103,17 @@ void deliverAttached(IndicationArguments& arguments) {
   }
 }
 
+/// Counts a thread out when it leaves, be it by a host's cancellation.
+class Departure {
+ public:
+  Departure() = default;
+  ~Departure() { --runningThreads; }
+  Departure(const Departure&) = delete;
+  Departure& operator=(const Departure&) = delete;
+};
+
 CMPI_THREAD_RETURN CMPI_THREAD_CDECL indicateThread(void* parameter) {
+  const Departure departure;
   std::unique_ptr<IndicationArguments> arguments(static_cast<IndicationArguments*>(parameter));
   std::fprintf(stderr, "IndicateThread - 0x%lx\n", static_cast<unsigned long>(pthread_self()));
   std::fprintf(stderr, "IndicateThread - PhysicalDrive=%s, DeviceID=%s, ind_ctx=%p, broker=%p\n",
@@ -113,7 +123,6 @@ CMPI_THREAD_RETURN CMPI_THREAD_CDECL indicateThread(void* parameter) {
   deliverAttached(*arguments);
   arguments.reset();
   std::fputs("IndicateThread - Exit\n", stderr);
-  --runningThreads;
   return nullptr;
 }
 
