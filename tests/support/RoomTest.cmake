@@ -24,7 +24,7 @@ function(vekssd_room_test name)
   vekssd_warnings(${name})
   # Parsed once: most of the time that compiling these files took.
   target_precompile_headers(${name} PRIVATE <gtest/gtest.h>)
-  gtest_discover_tests(${name}
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
     PROPERTIES
       TIMEOUT 120
       ENVIRONMENT
