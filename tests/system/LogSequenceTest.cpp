@@ -191,7 +191,7 @@ TEST_F(LogSequences, StartingFindsSeveralDrivesInTheOrderOfTheirDirectory) {
 
 TEST_F(LogSequences, TheSecondFactorySaysOneLine) {
   runAfterStart({"cleanup-instance", "cleanup-indication", "unload"});
-  EXPECT_EQ(textsOf(till.step("indication-mi").log),
+  EXPECT_EQ(requestLines(till, till.step("indication-mi")),
             "Debug SsdProvider_Create_IndicationMI, broker=(ptr), version=100\n");
 }
 
@@ -217,7 +217,7 @@ TEST_F(LogSequences, ARequestReadsEveryDriveAgain) {
 TEST_F(LogSequences, ASubscriptionSaysWhatItCameTo) {
   runAfterStart({"authorize", "must-poll", "activate", "enable", "disable", "deactivate",
                  "cleanup-indication", "cleanup-instance", "unload"});
-  const auto texts = [this](const char* step) { return textsOf(till.step(step).log); };
+  const auto texts = [this](const char* step) { return requestLines(till, till.step(step)); };
   const std::string path = "Object path: class = KAV_SSDLifeMonitorFailureImminent";
   EXPECT_EQ(texts("authorize"), lines({{"Debug drvAuthorizeFilter - provider = (ptr)",
                                         "Debug SsdProvider::authorizeFilter - " + path}}));
@@ -357,7 +357,7 @@ TEST_F(LogSequences, ADriveWornAtTheStartIsReportedBeforeAnybodyListens) {
   TillRun worn(machineWith(sataDrive("sda", "S1", "96")));
   worn.setting(kNoPolls);
   worn.run({"load", "instance-mi", "cleanup-instance", "unload"});
-  const std::string seen = textsOf(worn.step("instance-mi").log);
+  const std::string seen = requestLines(worn, worn.step("instance-mi"));
   EXPECT_EQ(countOf(seen, lines({sataReading(96),
                                  {"Debug SsdManager::SsdDeviceFailureImminent: Model=",
                                   "Debug SsdManager::SsdDeviceFailureImminent - No registered "
