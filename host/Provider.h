@@ -38,7 +38,8 @@ using PropertyList = std::optional<std::vector<std::string>>;
 
 // One provider library, loaded and asked as an object manager does it. Each request runs on the
 // calling thread, with a context of its own; the objects of the request are gone when it returns.
-// Requests may be made by several threads at once; loading, factories and unloading by one.
+// Requests, factories and clean-ups may be called by several threads at once; loading and unloading
+// by one, when all others are done.
 class Provider {
  public:
   // Loads the library; looks up `<prefix>_Create_InstanceMI` and `<prefix>_Create_IndicationMI`
@@ -112,8 +113,8 @@ class Provider {
   SharedLibrary library_;
   const std::string prefix_;
   std::mutex factoryMutex_;  // around the factory calls that requests make by themselves
-  CMPIInstanceMI* instanceMI_ = nullptr;
-  CMPIIndicationMI* indicationMI_ = nullptr;
+  std::atomic<CMPIInstanceMI*> instanceMI_{nullptr};
+  std::atomic<CMPIIndicationMI*> indicationMI_{nullptr};
   std::atomic<unsigned> openInstanceMIs_{0};
   std::atomic<unsigned> openIndicationMIs_{0};
 };
