@@ -15,7 +15,8 @@ set(VEKSSD_LIBRARY_KEEPS_MEMORY
 
 if(VEKSSD_SANITIZE)
   list(JOIN VEKSSD_SANITIZE "," sanitizers)
-  add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  # A report names functions and lines: more debug information would only cost time.
+  add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${sanitizers})
 endif()
 

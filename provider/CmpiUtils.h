@@ -33,3 +33,6 @@ void deliverIndication(const CMPIBroker* broker, const CMPIContext* context,
 
 /// The characters of a broker's string; "" for a null one.
 [[nodiscard]] const char* charactersOf(const CMPIString* string);
+
+/// A status without a message.
+[[nodiscard]] inline CMPIStatus statusOf(CMPIrc rc) { return {rc, nullptr}; }

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "log/Log.h"
+#include "provider/CmpiUtils.h"
 #include "provider/FunctionTables.h"
 #include "provider/ProviderState.h"
 #include "provider/SsdProvider.h"
@@ -16,8 +17,6 @@ namespace {
 constexpr char kRelease[] = "1.2.0";
 
 void* currentProvider() { return drvProvider.load(); }
-
-CMPIStatus statusOf(CMPIrc rc) { return {rc, nullptr}; }
 
 /// Calls `operation` on the provider under its lock, and answers `notReady` when there is none. It
 /// is asked for twice: at once, so that a caller isn't kept waiting for a lock only to be refused,

@@ -16,8 +16,6 @@ const char* classNameOf(const CMPIObjectPath* path) {
   return charactersOf(CMGetClassName(path, nullptr));
 }
 
-CMPIStatus statusOf(CMPIrc rc) { return {rc, nullptr}; }
-
 }  // namespace
 
 bool SsdProvider::isKavIndicationClass(const char* name) {

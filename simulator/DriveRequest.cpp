@@ -23,7 +23,7 @@ static_assert(sizeof(nvme_admin_cmd) == 72);
 
 namespace {
 
-constexpr std::array<std::pair<RequestKind, std::string_view>, 6> kNames{{
+constexpr std::array<std::pair<RequestKind, std::string_view>, 6> kRequestKinds{{
     {RequestKind::hdioGetIdentity, "HDIO_GET_IDENTITY"},
     {RequestKind::hdioDriveCmd, "HDIO_DRIVE_CMD"},
     {RequestKind::sgIo, "SG_IO"},
@@ -101,7 +101,7 @@ void decodeNvme(DriveRequest& request) {
 }  // namespace
 
 std::string_view name(RequestKind kind) {
-  for (const auto& [value, text] : kNames) {
+  for (const auto& [value, text] : kRequestKinds) {
     if (value == kind) {
       return text;
     }
@@ -110,7 +110,7 @@ std::string_view name(RequestKind kind) {
 }
 
 std::optional<RequestKind> requestKind(std::string_view name) {
-  for (const auto& [value, text] : kNames) {
+  for (const auto& [value, text] : kRequestKinds) {
     if (text == name) {
       return value;
     }

@@ -9,7 +9,7 @@ namespace simulator {
 
 namespace {
 
-constexpr std::array<std::pair<int, std::string_view>, 43> kNames{{
+constexpr std::array<std::pair<int, std::string_view>, 43> kErrnoNames{{
     {EPERM, "EPERM"},
     {ENOENT, "ENOENT"},
     {EINTR, "EINTR"},
@@ -58,7 +58,7 @@ constexpr std::array<std::pair<int, std::string_view>, 43> kNames{{
 }  // namespace
 
 std::optional<int> errnoOf(std::string_view name) {
-  for (const auto& [value, text] : kNames) {
+  for (const auto& [value, text] : kErrnoNames) {
     if (text == name) {
       return value;
     }
@@ -67,7 +67,7 @@ std::optional<int> errnoOf(std::string_view name) {
 }
 
 std::string errnoName(int error) {
-  for (const auto& [value, text] : kNames) {
+  for (const auto& [value, text] : kErrnoNames) {
     if (value == error) {
       return std::string(text);
     }

@@ -10,7 +10,7 @@ namespace simulator {
 namespace {
 
 Real functions;
-pthread_once_t found = PTHREAD_ONCE_INIT;
+pthread_once_t lookedUp = PTHREAD_ONCE_INIT;
 
 template <typename Function>
 void find(Function*& function, const char* name) {
@@ -57,7 +57,7 @@ void findAll() {
 }  // namespace
 
 const Real& real() {
-  pthread_once(&found, findAll);
+  pthread_once(&lookedUp, findAll);
   return functions;
 }
 

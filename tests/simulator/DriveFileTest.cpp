@@ -20,7 +20,7 @@ NvmeDescription nvme(const std::string& rest) {
   return std::get<NvmeDescription>(drive(R"({"kind": "nvme", "node": "nvme0")" + rest + "}").drive);
 }
 
-std::string problemOf(const std::string& text) {
+std::string driveProblem(const std::string& text) {
   try {
     drive(text);
   } catch (const MachineFileError& error) {
@@ -30,11 +30,11 @@ std::string problemOf(const std::string& text) {
 }
 
 std::string sataProblem(const std::string& rest) {
-  return problemOf(R"({"kind": "sata", "node": "sda")" + rest + "}");
+  return driveProblem(R"({"kind": "sata", "node": "sda")" + rest + "}");
 }
 
 std::string nvmeProblem(const std::string& rest) {
-  return problemOf(R"({"kind": "nvme", "node": "nvme0")" + rest + "}");
+  return driveProblem(R"({"kind": "nvme", "node": "nvme0")" + rest + "}");
 }
 
 TEST(DriveFile, SataDriveIsAnSsdWithSmartUnlessToldOtherwise) {
@@ -265,7 +265,7 @@ TEST(DriveFile, RecordedDriveHasRequestsWithAnswers) {
 
 TEST(DriveFile, RecordedRequestsWithoutAnswersAreRefused) {
   const auto problem = [](const std::string& request) {
-    return problemOf(R"({"kind": "recorded", "node": "sda", "requests": [)" + request + "]}");
+    return driveProblem(R"({"kind": "recorded", "node": "sda", "requests": [)" + request + "]}");
   };
   EXPECT_EQ(problem(R"({"request": "SG_IO", "answers": []})"),
             "drives[0].requests[0].answers: at least one answer expected");
@@ -276,15 +276,15 @@ TEST(DriveFile, RecordedRequestsWithoutAnswersAreRefused) {
 }
 
 TEST(DriveFile, NodesBeginAsTheKernelNamesThem) {
-  EXPECT_EQ(problemOf(R"({"kind": "sata", "node": "hda"})"),
+  EXPECT_EQ(driveProblem(R"({"kind": "sata", "node": "hda"})"),
             "drives[0].node: name of a node expected that begins with \"sd\"");
-  EXPECT_EQ(problemOf(R"({"kind": "sata", "node": "sd"})"),
+  EXPECT_EQ(driveProblem(R"({"kind": "sata", "node": "sd"})"),
             "drives[0].node: name of a node expected that begins with \"sd\"");
-  EXPECT_EQ(problemOf(R"({"kind": "nvme", "node": "sda"})"),
+  EXPECT_EQ(driveProblem(R"({"kind": "nvme", "node": "sda"})"),
             "drives[0].node: name of a node expected that begins with \"nvme\"");
-  EXPECT_EQ(problemOf(R"({"kind": "scsi", "node": "sda/.."})"),
+  EXPECT_EQ(driveProblem(R"({"kind": "scsi", "node": "sda/.."})"),
             "drives[0].node: name of a node expected that begins with \"sd\"");
-  EXPECT_EQ(problemOf(R"({"kind": "tape", "node": "st0"})"),
+  EXPECT_EQ(driveProblem(R"({"kind": "tape", "node": "st0"})"),
             "drives[0].kind: sata, nvme, scsi or recorded expected");
 }
 

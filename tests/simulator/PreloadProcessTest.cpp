@@ -10,7 +10,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr const char* kTill =
+constexpr const char* kWearingTill =
     R"({"name": "till", "drives": [{"kind": "sata", "node": "sda", "statistics": true,
         "wear": {"readings": [94, 95, 96]}}]})";
 
@@ -94,7 +94,7 @@ TEST(PreloadProcess, HangingDriveIsGivenUpInSimulatedTime) {
 }
 
 TEST(PreloadProcess, ReadingsGoOnWithinAProcessAndInAForkedChild) {
-  ProbeRun run(kTill);
+  ProbeRun run(kWearingTill);
   const ProbeResult result =
       run.run({"readlog:/dev/sda:04:07", "child:readlog:/dev/sda:04:07", "readlog:/dev/sda:04:07"});
   ASSERT_EQ(result.lines.size(), 4U);
@@ -106,7 +106,7 @@ TEST(PreloadProcess, ReadingsGoOnWithinAProcessAndInAForkedChild) {
 }
 
 TEST(PreloadProcess, JournalLinesBearTheirProcess) {
-  ProbeRun run(kTill);
+  ProbeRun run(kWearingTill);
   run.run({"readlog:/dev/sda:04:07", "child:readlog:/dev/sda:04:07"});
   const std::vector<nlohmann::json> calls = run.journal("ioctl");
   ASSERT_EQ(calls.size(), 2U);
@@ -114,7 +114,7 @@ TEST(PreloadProcess, JournalLinesBearTheirProcess) {
 }
 
 TEST(PreloadProcess, ProgramsStartedByTheProcessLiveOnTheMachineToo) {
-  ProbeRun run(kTill);
+  ProbeRun run(kWearingTill);
   const ProbeResult result = run.program("/bin/sh").run(
       {"-c",
        "cat /sys/block/sda/removable; ls /sys/block; "
@@ -125,7 +125,7 @@ TEST(PreloadProcess, ProgramsStartedByTheProcessLiveOnTheMachineToo) {
 }
 
 TEST(PreloadProcess, JournalThatCannotBeWrittenDisturbsNobody) {
-  ProbeRun run(kTill);
+  ProbeRun run(kWearingTill);
   run.environment("VEKSSD_JOURNAL", "/nowhere/journal");
   const ProbeResult result = run.run({"drivecmd:/dev/sda:b0:01:d8:00", "access:/dev/sdx"});
   EXPECT_EQ(result.lines, (Lines{"ok 50000000 ", "failed ENOENT"}));

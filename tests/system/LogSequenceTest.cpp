@@ -8,9 +8,6 @@
 
 namespace {
 
-/// A poll rate that no test lives to see, so that only requests read the drives.
-constexpr char kNoPolls[] = "PollRate=1000000";
-
 /// What one reading of the till's SATA SSD says.
 std::vector<std::string> sataReading(int percentage) {
   std::vector<std::string> texts = {

@@ -9,8 +9,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr char kNoPolls[] = "PollRate=1000000";
-
 /// The results of a started till's steps.
 class Requests : public ::testing::Test {
  protected:

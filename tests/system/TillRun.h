@@ -19,6 +19,9 @@ class ScratchDirectory {
   std::string path_;
 };
 
+/// A setting that no test lives to see polled by, so that only requests read the drives.
+constexpr char kNoPolls[] = "PollRate=1000000";
+
 /// One line of the library's log.
 struct LogLine {
   unsigned long thread;  ///< the low 32 bits of its pthread_t

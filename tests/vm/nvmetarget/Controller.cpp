@@ -18,7 +18,6 @@ constexpr std::uint8_t kSetFeatures = 0x09;
 constexpr std::uint8_t kGetFeatures = 0x0a;
 constexpr std::uint8_t kAsynchronousEvent = 0x0c;
 constexpr std::uint8_t kKeepAlive = 0x18;
-constexpr std::uint8_t kFabrics = 0x7f;
 
 constexpr std::uint8_t kPropertySet = 0x00;
 constexpr std::uint8_t kConnect = 0x01;
@@ -163,7 +162,7 @@ Controller::Controller(std::string path, std::string nqn)
     : path_(std::move(path)), nqn_(std::move(nqn)) {}
 
 NvmeAnswer Controller::execute(const NvmeCommand& command) {
-  if (command.opcode() == kFabrics) {
+  if (command.opcode() == kFabricsCommand) {
     return executeFabrics(command);
   }
   record(command);

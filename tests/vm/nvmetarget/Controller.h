@@ -19,6 +19,9 @@
 
 namespace vm {
 
+// The opcode of all Fabrics commands (NVMe-oF 3 "Commands").
+constexpr std::uint8_t kFabricsCommand = 0x7f;
+
 // A submission queue entry's fields that the target looks at.
 struct NvmeCommand {
   std::array<std::uint8_t, 64> bytes{};

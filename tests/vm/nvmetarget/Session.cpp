@@ -26,7 +26,6 @@ constexpr std::size_t kResponseCapsuleSize = kCommonHeader + 16;
 constexpr std::size_t kDataHeader = 24;
 constexpr std::uint8_t kLastData = 0x04;
 
-constexpr std::uint8_t kFabrics = 0x7f;
 constexpr std::uint8_t kFabricsConnect = 0x01;
 constexpr std::size_t kConnectDataSize = 1024;
 constexpr std::size_t kSubsystemName = 256;  // in the data of a connect
@@ -103,7 +102,7 @@ bool Session::welcome() {
 }
 
 bool Session::execute(const NvmeCommand& command, const std::vector<std::uint8_t>& data) {
-  const bool isConnect = command.opcode() == kFabrics && command.bytes[4] == kFabricsConnect;
+  const bool isConnect = command.opcode() == kFabricsCommand && command.bytes[4] == kFabricsConnect;
   if (!isConnect && controller_ == nullptr) {
     return false;
   }
