@@ -40,16 +40,16 @@ void* Threads::start(CMPIThreadFunc function, void* parameter, bool detached) {
 }
 
 void Threads::run(Thread& self, CMPIThreadFunc function, void* parameter) {
-  void* result = nullptr;
-  {
-    const ScopeGuard scope(broker_);
-    result = function(parameter);
-  }
-  const std::lock_guard lock(mutex_);
-  self.result = result;
-  self.over = true;
-  --running_;
-  ended_.notify_all();
+  const Ending ending(*this, self);
+  const ScopeGuard scope(broker_);
+  self.result = function(parameter);
+}
+
+Threads::Ending::~Ending() {
+  const std::lock_guard lock(threads_.mutex_);
+  self_.over = true;
+  --threads_.running_;
+  threads_.ended_.notify_all();
 }
 
 // With the lock held: joins the detached threads that are over, which takes no time.

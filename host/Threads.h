@@ -41,6 +41,19 @@ class Threads {
     bool over = false;
   };
 
+  // Notes the end of the calling thread: when its function returns, or ends the thread by itself.
+  class Ending {
+   public:
+    Ending(Threads& threads, Thread& self) : threads_(threads), self_(self) {}
+    ~Ending();
+    Ending(const Ending&) = delete;
+    Ending& operator=(const Ending&) = delete;
+
+   private:
+    Threads& threads_;
+    Thread& self_;
+  };
+
   void run(Thread& self, CMPIThreadFunc function, void* parameter);
   void reap();
 

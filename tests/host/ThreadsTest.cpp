@@ -3,6 +3,7 @@
 #include <cmpi/cmpimacs.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <atomic>
 #include <cerrno>
@@ -70,6 +71,14 @@ TEST(BrokerThreads, ADetachedThreadCannotBeJoinedButIsWaitedFor) {
   EXPECT_FALSE(broker.waitForThreads(10ms));
   held.go = true;
   EXPECT_TRUE(broker.waitForThreads(10s));
+}
+
+TEST(BrokerThreads, AThreadThatEndsItselfIsOverAsWell) {
+  Broker broker;
+  const auto endItself = [](void*) -> void* { pthread_exit(nullptr); };
+  void* const thread = broker.cmpi()->xft->newThread(endItself, nullptr, 0);
+  EXPECT_TRUE(broker.waitForThreads(10s));
+  EXPECT_EQ(broker.cmpi()->xft->joinThread(thread, nullptr), 0);
 }
 
 // A library may wait in its destructors for the threads that run its code, and holds the loader's

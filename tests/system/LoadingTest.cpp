@@ -57,6 +57,18 @@ TEST(Loading, GivesAnIndicationsThreadThatHasEndedTimeForItsLastInstructionsOnly
   EXPECT_EQ(pausesOf(till), std::vector<int>{50000});
 }
 
+/// Its host ended it in the middle, and nothing is left to wait for.
+TEST(Loading, WaitsNoLongerForAnIndicationsThreadThatItsHostHasEnded) {
+  TillRun till(machineWith(sataDrive("sda", "S1", R"({"readings": [95, 95, 96]})")));
+  till.setting("PollRate=1000000");
+  till.run({"load", "instance-mi", "activate", "enable", "ended-indications", "list",
+            "threads:20000", "cleanup-instance", "unload"});
+  EXPECT_EQ(till.step("threads").result, true);
+  EXPECT_EQ(countOf(till.err(), "IndicateThread - 0x"), 1U);
+  EXPECT_EQ(countOf(till.err(), "IndicateThread - Exit\n"), 0U);
+  EXPECT_EQ(pausesOf(till), std::vector<int>{50000});
+}
+
 TEST(Loading, WaitsForNothingWithoutAnIndication) {
   TillRun till("till");
   till.setting("PollRate=1000000");

@@ -4,6 +4,7 @@
 
 #include <dirent.h>
 #include <dlfcn.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -370,6 +371,11 @@ class Probe {
          broker().onIndication([milliseconds](const cmpihost::Indication&) {
            std::this_thread::sleep_for(std::chrono::milliseconds(std::stol(milliseconds)));
          });
+         return json(true);
+       }},
+      {"ended-indications",  // the host ends the thread that delivers one
+       [this](const std::string&) {
+         broker().onIndication([](const cmpihost::Indication&) { pthread_exit(nullptr); });
          return json(true);
        }},
       {"threads",
