@@ -27,10 +27,7 @@ struct System {
   decltype(&::localtime_r) localtime_r = next<decltype(&::localtime_r)>("localtime_r");
 };
 
-const System& theSystem() {
-  static const System* const system = new System;
-  return *system;
-}
+const System& theSystem() { return fault::lookedUp<System>(); }
 [[maybe_unused]] const System& lookedUpEarly = theSystem();
 
 /// Whether the call fails, which leaves `errno` behind.

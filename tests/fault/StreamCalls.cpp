@@ -34,10 +34,7 @@ struct System {
   decltype(&::fileno) fileno = next<decltype(&::fileno)>("fileno");
 };
 
-const System& theSystem() {
-  static const System* const system = new System;
-  return *system;
-}
+const System& theSystem() { return fault::lookedUp<System>(); }
 [[maybe_unused]] const System& lookedUpEarly = theSystem();
 
 /// The paths of the library's open streams. Never destroyed: the library may go last.

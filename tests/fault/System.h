@@ -14,6 +14,14 @@ Function next(const char* name) {
   return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
+/// The functions of which `Functions` is made up, looked up once. Never destroyed: the library may go
+/// last.
+template <typename Functions>
+const Functions& lookedUp() {
+  static const auto* const functions = new Functions;
+  return *functions;
+}
+
 /// Where a path that the library names really leads.
 inline std::string realPath(const char* path) {
   const Machine* machine = Machine::current();

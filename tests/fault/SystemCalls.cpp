@@ -40,10 +40,7 @@ struct System {
   decltype(&::globfree) globfree = next<decltype(&::globfree)>("globfree");
 };
 
-const System& theSystem() {
-  static const System* const system = new System;
-  return *system;
-}
+const System& theSystem() { return fault::lookedUp<System>(); }
 [[maybe_unused]] const System& lookedUpEarly = theSystem();
 
 /// What the library has open. Never destroyed: the library may go last.

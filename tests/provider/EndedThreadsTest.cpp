@@ -11,32 +11,12 @@
 #include "provider/EntryPoints.h"
 #include "provider/FunctionTables.h"
 #include "provider/ProviderState.h"
-#include "tests/provider/ProviderFixture.h"
+#include "tests/provider/SubscribedModule.h"
 
 namespace {
 
-class EndedThreads : public ProviderTest {
+class EndedThreads : public SubscribedModule {
  protected:
-  void createBoth() {
-    (void)events::during([this] {
-      SsdProvider_Create_InstanceMI(broker.cmpi(), broker.context(), nullptr);
-      SsdProvider_Create_IndicationMI(broker.cmpi(), broker.context(), nullptr);
-      activate();
-      drvEnableIndications(&indicationMI, broker.context());
-    });
-  }
-
-  CMPIStatus activate() {
-    return drvActivateFilter(&indicationMI, broker.context(), nullptr, nullptr, failures(), 1);
-  }
-  CMPIStatus names() {
-    return drvEnumInstanceNames(&instanceMI, broker.context(), broker.result(), ssds());
-  }
-  CMPIObjectPath* ssds() { return broker.path("root/cimv2", "KAV_SSDLifeMonitor"); }
-  CMPIObjectPath* failures() {
-    return broker.path("root/cimv2", "KAV_SSDLifeMonitorFailureImminent");
-  }
-
   /// Makes `call` on a thread that is ended at the `nth` event. False if there are fewer.
   bool endAt(unsigned nth, const std::function<void()>& call) {
     unsigned event = 0;
@@ -62,15 +42,12 @@ class EndedThreads : public ProviderTest {
 };
 
 TEST_F(EndedThreads, LeaveTheNextRequestAnswered) {
-  createBoth();
+  subscribe();
   const CMPIContext* context = broker.context();
   const std::vector<std::function<void()>> requests = {
       [this] { (void)names(); },
-      [&] { (void)drvEnumInstances(&instanceMI, context, broker.result(), ssds(), nullptr); },
-      [&] {
-        CMPIObjectPath* path = broker.path(std::string(kModelCId));
-        (void)drvGetInstance(&instanceMI, context, broker.result(), path, nullptr);
-      },
+      [this] { (void)instances(); },
+      [this] { (void)get(kModelCId); },
       [&] {
         (void)drvAuthorizeFilter(&indicationMI, context, nullptr, nullptr, failures(), nullptr);
       },
@@ -111,7 +88,7 @@ TEST_F(EndedThreads, LeaveTheNextFactoryCallAnswered) {
 }
 
 TEST_F(EndedThreads, CostTheirEventAndNoOther) {
-  createBoth();
+  subscribe();
   const auto report = [] { core().listener->SsdFailureImminent("Model A", "Serial A", "sda", 96); };
   unsigned nth = 1;
   for (; endAt(nth, report); ++nth) {
@@ -124,7 +101,7 @@ TEST_F(EndedThreads, CostTheirEventAndNoOther) {
 }
 
 TEST_F(EndedThreads, CostTheirDeliveryAndNoOther) {
-  createBoth();
+  subscribe();
   unsigned nth = 1;
   for (bool ended = true; ended; ++nth) {
     (void)events::during(

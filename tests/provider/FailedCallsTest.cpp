@@ -9,39 +9,17 @@
 #include "provider/FunctionTables.h"
 #include "provider/ProviderState.h"
 #include "tests/provider/Allocations.h"
-#include "tests/provider/ProviderFixture.h"
+#include "tests/provider/SubscribedModule.h"
 
 namespace {
 
 constexpr CMPIrc kRefused = CMPI_RC_ERR_ACCESS_DENIED;
 
-class FailedCalls : public ProviderTest {
+class FailedCalls : public SubscribedModule {
  protected:
   void SetUp() override {
-    ProviderTest::SetUp();
-    (void)events::during([this] {
-      SsdProvider_Create_InstanceMI(broker.cmpi(), broker.context(), nullptr);
-      SsdProvider_Create_IndicationMI(broker.cmpi(), broker.context(), nullptr);
-      activate();
-      drvEnableIndications(&indicationMI, broker.context());
-    });
-  }
-
-  CMPIStatus activate() {
-    return drvActivateFilter(&indicationMI, broker.context(), nullptr, nullptr,
-                             broker.path("root/cimv2", "KAV_SSDLifeMonitorFailureImminent"), 1);
-  }
-  CMPIStatus names() {
-    return drvEnumInstanceNames(&instanceMI, broker.context(), broker.result(),
-                                broker.path("root/cimv2", "KAV_SSDLifeMonitor"));
-  }
-  CMPIStatus instances() {
-    return drvEnumInstances(&instanceMI, broker.context(), broker.result(),
-                            broker.path("root/cimv2", "KAV_SSDLifeMonitor"), nullptr);
-  }
-  CMPIStatus get(const char* id) {
-    return drvGetInstance(&instanceMI, broker.context(), broker.result(),
-                          broker.path(std::string(id)), nullptr);
+    SubscribedModule::SetUp();
+    subscribe();
   }
 
   /// Repeats `request`, each time with the next call failing, until no call is left to fail.
