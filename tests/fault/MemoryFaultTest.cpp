@@ -80,7 +80,14 @@ void expectCodes(const Round& round, const Round& clean) {
 /// is logged as if there had been none, unless something is left to be made up for.
 void expectLog(const Scenario& scenario, const Round& round, const Round& clean) {
   EXPECT_EQ(logBefore(round), logBefore(clean));
-  for (const std::string& record : foreign(logWhile(round), logWhile(clean))) {
+  std::vector<std::string> some = logWhile(round);
+  std::vector<std::string> usual = logWhile(clean);
+  if (scenario.name == "start") {
+    // What there was no memory for in one factory, the other one makes.
+    std::sort(some.begin(), some.end());
+    std::sort(usual.begin(), usual.end());
+  }
+  for (const std::string& record : foreign(some, usual)) {
     EXPECT_TRUE(tellsOfFailure(record)) << record;
   }
   const bool isMadeUpFor = scenario.name == "load" || scenario.name == "start" ||
