@@ -14,7 +14,7 @@ Function next(const char* name) {
   return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
-/// The functions of which `Functions` is made up, looked up once. Never destroyed: the library may go
+/// The functions that make up `Functions`, looked up once. Never destroyed: the library may go
 /// last.
 template <typename Functions>
 const Functions& lookedUp() {
