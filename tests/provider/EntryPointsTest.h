@@ -9,16 +9,8 @@
 #include "tests/provider/ProviderFixture.h"
 
 /// The module as a broker sees it. No provider exists at first.
-class EntryPoints : public ProviderTest {
+class EntryPoints : public ModuleTest {
  protected:
-  void SetUp() override {
-    ProviderTest::SetUp();
-    context = broker.context();
-    result = broker.result();
-    ssds = broker.path("root/cimv2", "KAV_SSDLifeMonitor");
-    failures = broker.path("root/cimv2", "KAV_SSDLifeMonitorFailureImminent");
-  }
-
   std::string createInstanceMi() {
     return events::during([&] {
       EXPECT_EQ(SsdProvider_Create_InstanceMI(broker.cmpi(), context, &status), &instanceMI);
@@ -69,9 +61,5 @@ class EntryPoints : public ProviderTest {
                           RecordingBroker::kEncapsulationVersion);
   }
 
-  const CMPIContext* context = nullptr;
-  const CMPIResult* result = nullptr;
-  const CMPIObjectPath* ssds = nullptr;
-  const CMPIObjectPath* failures = nullptr;
   CMPIStatus status{CMPI_RC_ERROR, nullptr};
 };

@@ -1,28 +1,17 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
-#include "provider/SsdProvider.h"
 #include "tests/provider/ProviderFixture.h"
 
-/// An initialised provider with the three drives of the machine; no filter is active.
-class Indications : public ProviderTest {
+/// What a broker asks of a provider about its indications; no filter is active at first.
+class Indications : public InitialisedProvider {
  protected:
-  explicit Indications(const char* brokerName = "recording") : ProviderTest(brokerName) {}
+  explicit Indications(const char* brokerName = "recording") : InitialisedProvider(brokerName) {}
   void SetUp() override {
-    ProviderTest::SetUp();
-    (void)events::during([this] {
-      provider = std::make_unique<SsdProvider>();
-      provider->setBroker(broker.cmpi());
-      provider->initialise(broker.context());
-    });
+    InitialisedProvider::SetUp();
     request = broker.context();
-  }
-  void TearDown() override {
-    (void)events::during([this] { provider.reset(); });
-    ProviderTest::TearDown();
   }
 
   CMPIObjectPath* filtered(const char* className = "KAV_SSDLifeMonitorFailureImminent") {
@@ -59,7 +48,6 @@ class Indications : public ProviderTest {
     return events::during([&] { broker.runThread(); });
   }
 
-  std::unique_ptr<SsdProvider> provider;
   const CMPIContext* request = nullptr;
   CMPIStatus status{CMPI_RC_ERROR, nullptr};
   const SsdInformation a = drive('A', "sda");

@@ -29,6 +29,28 @@ void ProviderTest::TearDown() {
   }
 }
 
+void ModuleTest::SetUp() {
+  ProviderTest::SetUp();
+  context = broker.context();
+  result = broker.result();
+  ssds = broker.path("root/cimv2", "KAV_SSDLifeMonitor");
+  failures = broker.path("root/cimv2", "KAV_SSDLifeMonitorFailureImminent");
+}
+
+void InitialisedProvider::SetUp() {
+  ProviderTest::SetUp();
+  (void)events::during([this] {
+    provider = std::make_unique<SsdProvider>();
+    provider->setBroker(broker.cmpi());
+    provider->initialise(broker.context());
+  });
+}
+
+void InitialisedProvider::TearDown() {
+  (void)events::during([this] { provider.reset(); });
+  ProviderTest::TearDown();
+}
+
 std::string lines(std::initializer_list<std::string> texts) {
   std::string all;
   for (const std::string& text : texts) {

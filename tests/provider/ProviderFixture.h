@@ -1,11 +1,13 @@
 #pragma once
 
 #include <initializer_list>
+#include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "core/SsdInformation.h"
+#include "provider/SsdProvider.h"
 #include "tests/provider/Events.h"
 #include "tests/provider/FakeCore.h"
 #include "tests/provider/RecordingBroker.h"
@@ -20,6 +22,27 @@ class ProviderTest : public ::testing::Test {
   void TearDown() override;
 
   RecordingBroker broker;
+};
+
+/// The same, and what a broker hands over with its calls.
+class ModuleTest : public ProviderTest {
+ protected:
+  void SetUp() override;
+
+  const CMPIContext* context = nullptr;
+  const CMPIResult* result = nullptr;
+  const CMPIObjectPath* ssds = nullptr;
+  const CMPIObjectPath* failures = nullptr;
+};
+
+/// An initialised provider with the three drives of the machine, asked without its module.
+class InitialisedProvider : public ProviderTest {
+ protected:
+  using ProviderTest::ProviderTest;
+  void SetUp() override;
+  void TearDown() override;
+
+  std::unique_ptr<SsdProvider> provider;
 };
 
 constexpr char kModelAId[] = "Model A___Serial A___sda";

@@ -41,15 +41,8 @@ class LockSeeker {
   std::thread thread_;
 };
 
-class ProviderLocking : public ProviderTest {
+class ProviderLocking : public ModuleTest {
  protected:
-  void SetUp() override {
-    ProviderTest::SetUp();
-    context = broker.context();
-    result = broker.result();
-    ssds = broker.path("root/cimv2", "KAV_SSDLifeMonitor");
-    failures = broker.path("root/cimv2", "KAV_SSDLifeMonitorFailureImminent");
-  }
   void createBoth() {
     (void)events::during([this] {
       SsdProvider_Create_InstanceMI(broker.cmpi(), context, nullptr);
@@ -74,11 +67,6 @@ class ProviderLocking : public ProviderTest {
     EXPECT_TRUE(seen) << line;
     return held;
   }
-
-  const CMPIContext* context = nullptr;
-  const CMPIResult* result = nullptr;
-  const CMPIObjectPath* ssds = nullptr;
-  const CMPIObjectPath* failures = nullptr;
 };
 
 TEST_F(ProviderLocking, IsHeldThroughoutEveryOperation) {

@@ -6,21 +6,11 @@
 
 namespace {
 
-/// An initialised provider with the three drives of the machine.
-class InstanceRequests : public ProviderTest {
+class InstanceRequests : public InitialisedProvider {
  protected:
   void SetUp() override {
-    ProviderTest::SetUp();
-    (void)events::during([this] {
-      provider = std::make_unique<SsdProvider>();
-      provider->setBroker(broker.cmpi());
-      provider->initialise(broker.context());
-    });
+    InitialisedProvider::SetUp();
     ASSERT_TRUE(provider->isInitialised());
-  }
-  void TearDown() override {
-    (void)events::during([this] { provider.reset(); });
-    ProviderTest::TearDown();
   }
 
   /// Runs a request; what was seen goes to `seen`, its code is returned.
@@ -47,7 +37,6 @@ class InstanceRequests : public ProviderTest {
   }
   CMPIObjectPath* ssdClass() { return broker.path("root/cimv2", "KAV_SSDLifeMonitor"); }
 
-  std::unique_ptr<SsdProvider> provider;
   std::string seen;
 
   const SsdInformation a = drive('A', "sda");
