@@ -24,7 +24,9 @@ foreach(language C CXX)
 endforeach()
 
 # Neither messages nor debug information carry the path of the machine that built them.
-add_compile_options("-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=")
+add_compile_options(
+  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/="
+  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/library/=")
 
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")

@@ -8,7 +8,7 @@
 
 namespace simulator {
 
-// Reads a machine file (its format: machines/README.md). Throws MachineFileError with the place in
+// Reads a machine file (its format: simulator/machines/README.md). Throws MachineFileError with the place in
 // the file when anything is unknown, missing or out of range.
 MachineDescription parseMachine(std::string_view text);
 

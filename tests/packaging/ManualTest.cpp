@@ -102,7 +102,7 @@ TEST(Manual, ItsExamplesOfSsdlifeRun) {
   ASSERT_EQ(examples.size(), 3U);
   for (std::string example : examples) {
     const std::string installed = "/usr/share/vekssdprov/machines";
-    example.replace(example.find(installed), installed.size(), PROJECT_DIRECTORY "/machines");
+    example.replace(example.find(installed), installed.size(), PROJECT_DIRECTORY "/simulator/machines");
     const ShellOutcome outcome = shell(SSDLIFE " " + example);
     EXPECT_EQ(outcome.exitCode, 0) << example << "\n" << outcome.output;
   }

@@ -6,7 +6,7 @@
 
 #include "simulator/MachineFile.h"
 
-// Every file in machines/.
+// Every file in simulator/machines/.
 namespace simulator {
 namespace {
 

@@ -159,8 +159,8 @@ TEST(LibraryFile, HoldsItsVersionTextsBetweenTheirMarks) {
 TEST(LibraryFile, DoesNotSayWhereItWasBuilt) {
   std::ifstream file(VEKSSD_LIBRARY, std::ios::binary);
   const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  EXPECT_EQ(bytes.find(VEKSSD_SOURCE_DIR "/provider"), std::string::npos);
-  EXPECT_EQ(bytes.find(VEKSSD_SOURCE_DIR "/core"), std::string::npos);
+  EXPECT_EQ(bytes.find(VEKSSD_SOURCE_DIR "/library/provider"), std::string::npos);
+  EXPECT_EQ(bytes.find(VEKSSD_SOURCE_DIR "/library/core"), std::string::npos);
 }
 #endif
 

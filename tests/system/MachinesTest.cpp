@@ -1,4 +1,4 @@
-// What every machine that is kept in machines/ shows to a client.
+// What every machine that is kept in simulator/machines/ shows to a client.
 
 #include <gtest/gtest.h>
 

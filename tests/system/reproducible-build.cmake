@@ -4,8 +4,8 @@
 #   cmake -DSOURCE=... -DWORK=... -DC_COMPILER=... -DCXX_COMPILER=... -DBUILD_TYPE=... -P <this file>
 
 set(objects
-  provider/CMakeFiles/vekssd_provider.dir/EntryPoints.cpp.o
-  provider/CMakeFiles/vekssd_provider.dir/VersionData.cpp.o)
+  library/provider/CMakeFiles/vekssd_provider.dir/EntryPoints.cpp.o
+  library/provider/CMakeFiles/vekssd_provider.dir/VersionData.cpp.o)
 
 # Builds in one place, afresh, and notes what the objects are.
 function(build name epoch)
@@ -34,7 +34,7 @@ endfunction()
 
 build(later 1710000000)
 build(first 1700000000)
-file(STRINGS "${WORK}/provider/CMakeFiles/vekssd_provider.dir/VersionData.cpp.o" texts
+file(STRINGS "${WORK}/library/provider/CMakeFiles/vekssd_provider.dir/VersionData.cpp.o" texts
   REGEX "Built at 22:13:20 on Nov 14 2023")
 if(NOT texts)
   message(FATAL_ERROR "BuildDate doesn't hold the moment of SOURCE_DATE_EPOCH")

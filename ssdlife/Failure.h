@@ -1,0 +1,22 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include "ssdlife/ExitCode.h"
+
+namespace ssdlife {
+
+// Ends the command: one line for standard error and the exit status.
+class Failure : public std::runtime_error {
+ public:
+  Failure(ExitCode exitCode, const std::string& line)
+      : std::runtime_error(line), exitCode_(exitCode) {}
+
+  ExitCode exitCode() const { return exitCode_; }
+
+ private:
+  ExitCode exitCode_;
+};
+
+}  // namespace ssdlife

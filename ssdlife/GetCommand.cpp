@@ -1,0 +1,14 @@
+#include "ssdlife/Commands.h"
+#include "ssdlife/Show.h"
+#include "ssdlife/SsdClient.h"
+
+namespace ssdlife {
+
+ExitCode get(const Options& options, const std::string& library, const OwnOutput& output) {
+  SsdClient client(library, options.like);
+  output.out(showDrive(client.get(options.deviceId), options.format));
+  client.close();
+  return ExitCode::kOk;
+}
+
+}  // namespace ssdlife

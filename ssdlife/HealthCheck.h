@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ssdlife/Drive.h"
+
+// What a monitoring system is told: one line and one of four states, as the plugins of Nagios and
+// its kin speak.
+namespace ssdlife {
+
+// The exit status that stands for each.
+enum class Health { kOk = 0, kWarning = 1, kCritical = 2, kUnknown = 3 };
+
+// Percentages of the rated life. The state is raised above them, not at them: the plugins' range
+// "0:N".
+struct Thresholds {
+  unsigned warning = 80;
+  unsigned critical = 95;
+};
+
+struct HealthReport {
+  Health health = Health::kUnknown;
+  std::string line;  // "SSD OK - sda 33 % | sda_used=33%;80;95;0;100 sda_hours=18422", line feed
+};
+
+// The state of the drive that is worst off: critical, warning, unknown, ok in this order. A drive
+// whose failure the provider calls imminent is critical whatever its percentage.
+HealthReport healthOf(const std::vector<Drive>& drives, const Thresholds& thresholds);
+
+// The report when the drives could not be asked.
+HealthReport unknownHealth(const std::string& reason);
+
+}  // namespace ssdlife

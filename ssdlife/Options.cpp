@@ -1,0 +1,154 @@
+#include "ssdlife/Options.h"
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "host/Personality.h"
+#include "ssdlife/Failure.h"
+
+namespace ssdlife {
+namespace {
+
+// The checks: text in, empty out if it is fine, else what is wrong with it.
+
+std::string positiveNumber(const std::string& text) {
+  double number = 0;
+  const bool positive =
+      CLI::detail::lexical_cast(text, number) && std::isfinite(number) && number > 0;
+  return positive ? "" : text + " is not a positive number";
+}
+
+// Up to the highest percentage that a drive can tell.
+std::string wholePercentage(const std::string& text) {
+  const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+  const bool small = digits && text.size() <= 3 && std::stoul(text) <= 254;
+  return small ? "" : text + " is not a whole percentage from 0 to 254";
+}
+
+Format formatOf(const std::string& name) {
+  return name == "json" ? Format::kJson
+                        : (name == "prometheus" ? Format::kPrometheus : Format::kTable);
+}
+
+void addGlobalOptions(CLI::App& app, Options& options) {
+  app.add_option("--library", options.library,
+                 "The provider library (default: the one installed with this command)")
+      ->type_name("PATH");
+  app.add_option("--machine", options.machine,
+                 "Show the simulated machine of this file instead of the real one")
+      ->type_name("FILE");
+  const auto takeFormat = [&options](const std::string& name) { options.format = formatOf(name); };
+  app.add_option_function<std::string>("--format", takeFormat,
+                                       "table or json, for list also prometheus (default: table)")
+      ->check(CLI::IsMember({"table", "json", "prometheus"}).description(""))
+      ->type_name("FORMAT");
+  app.add_option("--like", options.like,
+                 "Ask as this object manager would: plain, sfcb, pegasus or strict")
+      ->check(CLI::IsMember(cmpihost::personalityNames()).description(""))
+      ->type_name("MANAGER");
+  app.add_flag("--show-library-output", options.showLibraryOutput,
+               "Let through what the library itself writes to standard output and error");
+  app.set_version_flag("--version", std::string("ssdlife " SSDLIFE_VERSION));
+}
+
+void addCheck(CLI::App& check, Options& options) {
+  const auto add = [&](const char* name, unsigned& threshold, const char* state) {
+    const std::string description = "A drive with more of its life used is " + std::string(state);
+    check.add_option(name, threshold, description)
+        ->type_name("PERCENT")
+        ->capture_default_str()
+        ->check(CLI::Validator(wholePercentage, ""));
+  };
+  add("--warning", options.thresholds.warning, "WARNING");
+  add("--critical", options.thresholds.critical, "CRITICAL");
+}
+
+void addCommands(CLI::App& app, Options& options) {
+  app.require_subcommand(1);
+  const auto add = [&](const char* name, Command command, const char* description) {
+    CLI::App* const added = app.add_subcommand(name, description);
+    added->fallthrough();
+    added->callback([&options, command] { options.command = command; });
+    return added;
+  };
+  add("list", Command::kList, "Show every SSD and how worn it is");
+  add("names", Command::kNames, "Show the DeviceID of every SSD");
+  add("get", Command::kGet, "Show all properties of one SSD")
+      ->add_option("DEVICEID", options.deviceId,
+                   "Its DeviceID, or the beginning of it: the first SSD that matches is shown")
+      ->required();
+  add("roads", Command::kRoads, "Show what each road to one drive answers, and which to take")
+      ->add_option("DRIVE", options.deviceId,
+                   "Its name below /dev, or its DeviceID or the beginning of that")
+      ->required();
+  addCheck(
+      *add("check", Command::kCheck, "Tell a monitoring system how worn the SSDs are, as a plugin"),
+      options);
+  CLI::App* const record = add("record", Command::kRecord,
+                               "Write a machine file that says again what the drives say now");
+  record->add_option("FILE", options.recordFile, "The machine file, for --machine")->required();
+  record->add_flag("--anonymous", options.anonymous,
+                   "Replace the drives' serial numbers by made-up ones");
+  CLI::App* const watch =
+      add("watch", Command::kWatch, "Wait for SSDs whose failure becomes imminent");
+  watch->add_option("--count", options.count, "End after so many indications")
+      ->type_name("N")
+      ->check(CLI::Validator(positiveNumber, ""));
+  watch->add_option("--for", options.seconds, "End after so many seconds")
+      ->type_name("SECONDS")
+      ->check(CLI::Validator(positiveNumber, ""));
+}
+
+// What each option allows, but not together.
+void requireSense(const CLI::App& app, const Options& options) {
+  const CLI::App* const command = app.get_subcommands().front();
+  const auto refuse = [](const std::string& what) {
+    throw Failure(ExitCode::kUsage, what + " (see ssdlife --help)");
+  };
+  const bool onlyTable = options.command == Command::kCheck || options.command == Command::kRecord;
+  if (options.format == Format::kPrometheus && options.command != Command::kList) {
+    refuse("--format prometheus is for list only");
+  }
+  if (options.format != Format::kTable && onlyTable) {
+    refuse("--format is not for " + command->get_name());
+  }
+  if (options.thresholds.warning > options.thresholds.critical) {
+    refuse("--warning " + std::to_string(options.thresholds.warning) + " is above --critical " +
+           std::to_string(options.thresholds.critical));
+  }
+}
+
+// One line, whatever the parser has to say.
+std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> rest = app.remaining();
+  const std::string text = error.what();
+  return app.get_subcommands().empty() && !rest.empty() ? "unknown command: " + rest.front()
+                                                        : text.substr(0, text.find('\n'));
+}
+
+}  // namespace
+
+bool readCommandLine(int argc, char** argv, Options& options) {
+  CLI::App app("Shows how worn the SSDs of this machine are.", "ssdlife");
+  addGlobalOptions(app, options);
+  addCommands(app, options);
+  app.footer(kExitCodes);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& answered) {
+    app.exit(answered, std::cout, std::cerr);
+    return false;
+  } catch (const CLI::ParseError& error) {
+    if (app.got_subcommand("check")) {
+      options.command = Command::kCheck;
+    }
+    throw Failure(ExitCode::kUsage, complaint(app, error) + " (see ssdlife --help)");
+  }
+  requireSense(app, options);
+  return true;
+}
+
+}  // namespace ssdlife

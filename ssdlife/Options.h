@@ -1,0 +1,34 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "ssdlife/HealthCheck.h"
+
+namespace ssdlife {
+
+enum class Format { kTable, kJson, kPrometheus };
+enum class Command { kList, kNames, kGet, kWatch, kRoads, kRecord, kCheck };
+
+// The command line, understood.
+struct Options {
+  Command command = Command::kList;
+  Format format = Format::kTable;
+  std::string library;         // empty: the one that belongs to this command
+  std::string machine;         // empty: this machine
+  std::string like = "plain";  // the object manager that is played
+  bool showLibraryOutput = false;
+
+  std::string deviceId;           // get; roads, which also takes the name of a node
+  std::optional<unsigned> count;  // watch: how many indications
+  std::optional<double> seconds;  // watch: how long
+  Thresholds thresholds;          // check
+  std::string recordFile;         // record
+  bool anonymous = false;         // record
+};
+
+// Reads the command line. False when it asked for help or the version, which has been printed.
+// Throws Failure; then options.command is what was asked for, if that could be told.
+bool readCommandLine(int argc, char** argv, Options& options);
+
+}  // namespace ssdlife

@@ -1,0 +1,148 @@
+#include "ssdlife/SsdClient.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "host/HostError.h"
+#include "ssdlife/Failure.h"
+
+namespace ssdlife {
+namespace {
+
+using cmpihost::HostError;
+using cmpihost::ObjectPath;
+using cmpihost::Reply;
+using cmpihost::Status;
+
+constexpr const char* kPrefix = "SsdProvider";
+constexpr const char* kKey = "DeviceID";
+
+ObjectPath drivesPath() { return {"root/cimv2", "KAV_SSDLifeMonitor"}; }
+
+cmpihost::Filter failureFilter() { return {"KAV_SSDLifeMonitorFailureImminent"}; }
+
+// What the schema declares, for managers that look at it.
+std::vector<cmpihost::ClassDeclaration> classes() {
+  return {{"root/cimv2",
+           "KAV_SSDLifeMonitor",
+           "",
+           {{"Caption", CMPI_string},
+            {"CreationClassName", CMPI_string},
+            {"Description", CMPI_string},
+            {"DeviceID", CMPI_string},
+            {"DriveFirmwareVersion", CMPI_string},
+            {"DriveModel", CMPI_string},
+            {"DriveSerialNumber", CMPI_string},
+            {"PhysicalDrive", CMPI_string},
+            {"PoweredOnHours", CMPI_uint64},
+            {"PercentageUsed", CMPI_uint8},
+            {"PercentageUsedSource", CMPI_uint8},
+            {"FailureImminent", CMPI_boolean},
+            {"SystemCreationClassName", CMPI_string},
+            {"SystemName", CMPI_string}}},
+          {"root/cimv2",
+           "KAV_SSDLifeMonitorFailureImminent",
+           "CIM_ProcessIndication",
+           {{"DeviceID", CMPI_string},
+            {"PhysicalDrive", CMPI_string},
+            {"IndicationTime", CMPI_dateTime}}}};
+}
+
+cmpihost::Personality personality(const std::string& like) {
+  cmpihost::Personality chosen = cmpihost::personalityOf(like);
+  // A watch runs for weeks.
+  chosen.broker.journal = false;
+  return chosen;
+}
+
+// What the library can't do because of what it is, rather than because of the machine.
+template <typename Action>
+auto withLibrary(Action action) {
+  try {
+    return action();
+  } catch (const HostError& error) {
+    throw Failure(ExitCode::kLibrary, error.what());
+  }
+}
+
+// `nothing` says what CMPI_RC_ERR_FAILED means for this request.
+void require(const Status& status, const std::string& nothing) {
+  switch (status.rc) {
+    case CMPI_RC_OK:
+      return;
+    case CMPI_RC_ERR_FAILED:
+      throw Failure(ExitCode::kNothing, nothing);
+    case CMPI_RC_ERR_METHOD_NOT_AVAILABLE:
+      throw Failure(ExitCode::kNotStarted,
+                    "the SSD driver could not start (no readable BIOS version or no /sys/block?); "
+                    "see /var/log/ssddrv/ssddrv.log");
+    default:
+      throw Failure(ExitCode::kNothing, "the request was refused: " + status.describe());
+  }
+}
+
+void requireSome(bool nothing, const std::string& message) {
+  if (nothing) {
+    throw Failure(ExitCode::kNothing, message);
+  }
+}
+
+constexpr const char* kRefused = "the library refused the subscription";
+constexpr const char* kNoDrive = "no SSD found, or none that could be read";
+
+}  // namespace
+
+SsdClient::SsdClient(const std::string& library, const std::string& like)
+    : manager_(withLibrary([&] {
+        return cmpihost::ObjectManager(personality(like), classes(), library, kPrefix);
+      })) {}
+
+std::vector<Drive> SsdClient::list() {
+  const Reply reply = withLibrary([&] { return manager_.enumerateInstances(drivesPath()); });
+  require(reply.status, kNoDrive);
+  requireSome(reply.instances.empty(), kNoDrive);
+  std::vector<Drive> drives;
+  std::transform(reply.instances.begin(), reply.instances.end(), std::back_inserter(drives),
+                 driveOf);
+  return drives;
+}
+
+std::vector<std::string> SsdClient::names() {
+  const Reply reply = withLibrary([&] { return manager_.enumerateInstanceNames(drivesPath()); });
+  require(reply.status, kNoDrive);
+  requireSome(reply.paths.empty(), kNoDrive);
+  std::vector<std::string> names;
+  for (const ObjectPath& path : reply.paths) {
+    const cmpihost::Value* const key = path.key(kKey);
+    names.push_back(key != nullptr && key->isText() ? key->asText() : "");
+  }
+  return names;
+}
+
+Drive SsdClient::get(const std::string& deviceId) {
+  const ObjectPath path = drivesPath().withKey(kKey, cmpihost::Value::string(deviceId));
+  const Reply reply = withLibrary([&] { return manager_.getInstance(path); });
+  const std::string none =
+      "no SSD whose DeviceID begins with \"" + deviceId + "\", or none that could be read";
+  require(reply.status, none);
+  requireSome(reply.instances.empty(), none);
+  return driveOf(reply.instances.front());
+}
+
+void SsdClient::subscribe(std::function<void(const FailureEvent&)> sink) {
+  manager_.broker().onIndication([sink = std::move(sink)](const cmpihost::Indication& indication) {
+    sink(failureEventOf(indication));
+  });
+  withLibrary([&] { require(manager_.subscribe(failureFilter()), kRefused); });
+}
+
+void SsdClient::unsubscribe() {
+  withLibrary([&] { require(manager_.unsubscribe(failureFilter()), kRefused); });
+}
+
+void SsdClient::close() {
+  withLibrary([&] { manager_.stop(); });
+}
+
+}  // namespace ssdlife

@@ -1,0 +1,102 @@
+#include <unistd.h>
+
+#include <exception>
+#include <string>
+
+#include "ssdlife/Commands.h"
+#include "ssdlife/Failure.h"
+#include "ssdlife/LibraryPath.h"
+#include "ssdlife/Options.h"
+#include "ssdlife/OwnOutput.h"
+#include "ssdlife/RecordedRun.h"
+#include "ssdlife/SimulatedMachine.h"
+
+namespace ssdlife {
+namespace {
+
+// What main returns, for either kind of exit status.
+template <typename Status>
+int number(Status status) {
+  return static_cast<int>(status);
+}
+
+int runCommand(const Options& options, const OwnOutput& output) {
+  const std::string library = providerLibrary(options.library);
+  switch (options.command) {
+    case Command::kList:
+      return number(list(options, library, output));
+    case Command::kNames:
+      return number(names(options, library, output));
+    case Command::kGet:
+      return number(get(options, library, output));
+    case Command::kWatch:
+      return number(watch(options, library, output));
+    case Command::kRoads:
+      return number(roads(options, library, output));
+    case Command::kRecord:
+      return number(record(options, library, output));
+    case Command::kCheck:
+      return number(check(options, library, output));
+  }
+  return number(ExitCode::kUsage);
+}
+
+// Monitoring systems read standard output and know four states; all others are told on standard
+// error.
+int report(const Options& options, const OwnOutput& output, ExitCode code, const char* line) {
+  if (options.command != Command::kCheck) {
+    output.error(line);
+    return number(code);
+  }
+  const HealthReport unknown = unknownHealth(line);
+  try {
+    output.out(unknown.line);
+  } catch (const Failure& unwritten) {
+    output.error(unwritten.what());
+  }
+  return number(unknown.health);
+}
+
+// The line goes to the caller's streams, whatever the library is given in their place.
+int run(const Options& options) {
+  const OwnOutput output(options.showLibraryOutput);
+  try {
+    return runCommand(options, output);
+  } catch (const Failure& failure) {
+    return report(options, output, failure.exitCode(), failure.what());
+  } catch (const std::exception& unforeseen) {
+    return report(options, output, ExitCode::kNothing, unforeseen.what());
+  }
+}
+
+// False when there is nothing to run.
+bool prepare(int argc, char** argv, Options& options) {
+  if (!readCommandLine(argc, argv, options)) {
+    return false;
+  }
+  if (!options.machine.empty()) {
+    enterMachine(options.machine, providerLibrary(options.library), argv);
+  }
+  requirePrivilege(geteuid() == 0, onSimulatedMachine());
+  if (options.command == Command::kRecord) {
+    enterRecording(options.recordFile, options.anonymous, providerLibrary(options.library), argv);
+  }
+  return true;
+}
+
+int start(int argc, char** argv) {
+  Options options;
+  try {
+    if (!prepare(argc, argv, options)) {
+      return number(ExitCode::kOk);
+    }
+  } catch (const Failure& failure) {
+    return report(options, OwnOutput(true), failure.exitCode(), failure.what());
+  }
+  return run(options);
+}
+
+}  // namespace
+}  // namespace ssdlife
+
+int main(int argc, char** argv) { return ssdlife::start(argc, argv); }

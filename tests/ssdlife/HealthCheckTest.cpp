@@ -1,0 +1,155 @@
+#include "ssdlife/HealthCheck.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/ssdlife/CommandRun.h"
+
+using ssdlife::Drive;
+using ssdlife::Health;
+using ssdlife::healthOf;
+using ssdlife::Thresholds;
+
+namespace {
+
+Drive drive(const std::string& node, std::optional<unsigned> used, bool failing = false) {
+  Drive made;
+  made.physicalDrive = node;
+  made.percentageUsed = used;
+  made.failureImminent = failing;
+  return made;
+}
+
+Health of(const std::vector<Drive>& drives) { return healthOf(drives, Thresholds{80, 95}).health; }
+
+// ---- The state --------------------------------------------------------------------------------
+
+TEST(Health, IsRaisedAboveAThresholdAndNotAtIt) {
+  EXPECT_EQ(of({drive("sda", 0)}), Health::kOk);
+  EXPECT_EQ(of({drive("sda", 80)}), Health::kOk);
+  EXPECT_EQ(of({drive("sda", 81)}), Health::kWarning);
+  EXPECT_EQ(of({drive("sda", 95)}), Health::kWarning);
+  EXPECT_EQ(of({drive("sda", 96)}), Health::kCritical);
+  EXPECT_EQ(of({drive("sda", 254)}), Health::kCritical);
+}
+
+TEST(Health, OfADriveThatDoesNotTellIsUnknown) {
+  EXPECT_EQ(of({drive("sda", std::nullopt)}), Health::kUnknown);
+}
+
+TEST(Health, OfADriveThatTheProviderCallsFailingIsCritical) {
+  EXPECT_EQ(of({drive("sda", 20, true)}), Health::kCritical);
+  EXPECT_EQ(of({drive("sda", std::nullopt, true)}), Health::kCritical);
+}
+
+TEST(Health, IsThatOfTheDriveThatIsWorstOff) {
+  const Drive ok = drive("sda", 1);
+  const Drive warning = drive("sdb", 90);
+  const Drive critical = drive("sdc", 99);
+  const Drive unknown = drive("sdd", std::nullopt);
+  EXPECT_EQ(of({ok, unknown}), Health::kUnknown);
+  EXPECT_EQ(of({unknown, ok}), Health::kUnknown);
+  EXPECT_EQ(of({unknown, warning, ok}), Health::kWarning);
+  EXPECT_EQ(of({warning, unknown}), Health::kWarning);
+  EXPECT_EQ(of({warning, critical, unknown}), Health::kCritical);
+}
+
+// ---- The line ---------------------------------------------------------------------------------
+
+TEST(HealthLine, NamesEveryDriveAndCarriesPerformanceData) {
+  Drive first = drive("sda", 33);
+  first.poweredOnHours = 18422;
+  Drive second = drive("nvme0", 12);
+  second.poweredOnHours = 0;
+  EXPECT_EQ(healthOf({first, second}, Thresholds{80, 95}).line,
+            "SSD OK - sda 33 %, nvme0 12 % | sda_used=33%;80;95;0;100 sda_hours=18422 "
+            "nvme0_used=12%;80;95;0;100 nvme0_hours=0\n");
+}
+
+TEST(HealthLine, GivesAValueThatCouldNotBeHadAsU) {
+  EXPECT_EQ(healthOf({drive("sda", std::nullopt)}, Thresholds{50, 60}).line,
+            "SSD UNKNOWN - sda unknown | sda_used=U;50;60;0;100\n");
+}
+
+TEST(HealthLine, SaysWhichDriveFails) {
+  EXPECT_EQ(healthOf({drive("sda", 98, true), drive("sdb", 85)}, Thresholds{80, 99}).line,
+            "SSD CRITICAL - sda 98 % (failing), sdb 85 % | sda_used=98%;80;99;0;100 "
+            "sdb_used=85%;80;99;0;100\n");
+}
+
+TEST(HealthLine, StaysOneLineWithOneBarWhateverADriveIsCalled) {
+  EXPECT_EQ(healthOf({drive("s d|'=\n", 1)}, Thresholds{80, 95}).line,
+            "SSD OK - s d/'=? 1 % | s_d_____used=1%;80;95;0;100\n");
+  EXPECT_EQ(ssdlife::unknownHealth("not\nthere | at all").line,
+            "SSD UNKNOWN - not?there / at all\n");
+}
+
+// ---- The command ------------------------------------------------------------------------------
+
+void expectUnknown(CommandRun& run, const std::string& reason) {
+  EXPECT_EQ(run.start().exitStatus(), 3) << reason;
+  EXPECT_EQ(run.output(), "SSD UNKNOWN - " + reason + '\n');
+  EXPECT_EQ(run.error(), "");
+}
+
+TEST(CheckCommand, TellsTheStateInOneLineAndByItsExitStatus) {
+  CommandRun ok({"check", "--library", FAKE_LIBRARY});
+  EXPECT_EQ(ok.with("FAKE_SSDS", "young").start().exitStatus(), 0);
+  EXPECT_EQ(ok.output(),
+            "SSD OK - sda 33 %, nvme0 12 % | sda_used=33%;80;95;0;100 sda_hours=18422 "
+            "nvme0_used=12%;80;95;0;100 nvme0_hours=7\n");
+  EXPECT_EQ(ok.error(), "");
+  CommandRun warning({"check", "--warning", "32", "--library", FAKE_LIBRARY});
+  EXPECT_EQ(warning.with("FAKE_SSDS", "young").start().exitStatus(), 1);
+  EXPECT_EQ(warning.output().find("SSD WARNING - sda 33 %"), 0U);
+  CommandRun critical({"check", "--critical=20", "--warning=20", "--library", FAKE_LIBRARY});
+  EXPECT_EQ(critical.with("FAKE_SSDS", "young").start().exitStatus(), 2);
+  CommandRun failing({"check", "--critical", "254", "--library", FAKE_LIBRARY});
+  EXPECT_EQ(failing.start().exitStatus(), 2);
+  EXPECT_EQ(failing.output().find("SSD CRITICAL - sda 98 % (failing), nvme0 unknown | "), 0U);
+}
+
+TEST(CheckCommand, IsUnknownWhateverElseIsWrong) {
+  CommandRun missing({"check", "--library", "/nowhere/libnone.so"});
+  expectUnknown(missing, "library not found: /nowhere/libnone.so");
+  CommandRun none({"check", "--library", FAKE_LIBRARY});
+  expectUnknown(none.with("FAKE_SSDS", "none"), "no SSD found, or none that could be read");
+  CommandRun unstarted({"check", "--library", FAKE_LIBRARY});
+  expectUnknown(unstarted.with("FAKE_SSDS", "unstarted"),
+                "the SSD driver could not start (no readable BIOS version or no /sys/block?); see "
+                "/var/log/ssddrv/ssddrv.log");
+  CommandRun unprivileged({"check", "--library", FAKE_LIBRARY});
+  expectUnknown(unprivileged.with("VEKSSD_MACHINE", "").withoutRoot(),
+                "reading this machine's drives needs root (--machine FILE does not)");
+  CommandRun machine({"check", "--machine", "/nowhere/till.json"});
+  expectUnknown(machine,
+                "machine file /nowhere/till.json can't be read: No such file or directory");
+}
+
+TEST(CheckCommand, IsUnknownWhenItsLineCannotBeWritten) {
+  CommandRun run({"check", "--library", FAKE_LIBRARY});
+  EXPECT_EQ(run.with("FAKE_SSDS", "young").outputTo("/dev/full").start().exitStatus(), 3);
+  EXPECT_EQ(run.error(), "ssdlife: can't write the output: No space left on device\n");
+}
+
+TEST(CheckCommand, IsUnknownOnAWrongCommandLine) {
+  const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+      {{"--warning", "96"}, "--warning 96 is above --critical 95"},
+      {{"--critical", "79"}, "--warning 80 is above --critical 79"},
+      {{"--warning", "x"}, "--warning: x is not a whole percentage from 0 to 254"},
+      {{"--warning", "-1"}, "--warning: -1 is not a whole percentage from 0 to 254"},
+      {{"--critical", "90.5"}, "--critical: 90.5 is not a whole percentage from 0 to 254"},
+      {{"--critical", "255"}, "--critical: 255 is not a whole percentage from 0 to 254"},
+      {{"--critical", ""}, "--critical:  is not a whole percentage from 0 to 254"},
+      {{"--format", "json"}, "--format is not for check"},
+      {{"--format", "prometheus"}, "--format prometheus is for list only"},
+      {{"--colour"}, "The following argument was not expected: --colour"},
+  };
+  for (const auto& [arguments, reason] : cases) {
+    std::vector<std::string> all = arguments;
+    all.insert(all.begin(), "check");
+    CommandRun run(all);
+    expectUnknown(run, reason + " (see ssdlife --help)");
+  }
+}
+
+}  // namespace
