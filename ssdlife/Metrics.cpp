@@ -31,8 +31,8 @@ struct Metric {
 
 std::string descriptionOf(const Drive& drive) {
   return device(drive) + ",model=" + quoted(drive.model) +
-         ",serial_number=" + quoted(drive.serialNumber) + ",firmware=" + quoted(drive.firmware) +
-         ",source=" +
+         ",serial_number=" + quoted(drive.serialNumber) +
+         ",firmware_version=" + quoted(drive.firmware) + ",source=" +
          quoted(drive.percentageUsed ? sourceInWords(drive.percentageUsedSource) : "none");
 }
 

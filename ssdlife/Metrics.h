@@ -9,7 +9,7 @@ namespace ssdlife {
 
 // The drives in the text form that Prometheus reads, for the node exporter's textfile collector.
 // Names, units and labels are part of the command's interface:
-//   ssdlife_info{device,model,serial_number,firmware,source}  1
+//   ssdlife_info{device,model,serial_number,firmware_version,source}  1
 //   ssdlife_rated_life_used_ratio{device}     1 is the whole rated life, more is possible; absent
 //                                             when the drive does not tell
 //   ssdlife_powered_on_seconds_total{device}

@@ -29,9 +29,9 @@ TEST(Metrics, HaveHelpAndTypeOnceAndASampleForEachDrive) {
       "# HELP ssdlife_info What the SSD calls itself and where its wear is read; always 1.\n"
       "# TYPE ssdlife_info gauge\n"
       "ssdlife_info{device=\"sda\",model=\"Transcend 64\",serial_number=\"E2148\","
-      "firmware=\"20180526\",source=\"standard statistic\"} 1\n"
+      "firmware_version=\"20180526\",source=\"standard statistic\"} 1\n"
       "ssdlife_info{device=\"nvme0\",model=\"KINGSTON SNV2S250G\",serial_number=\"5002\","
-      "firmware=\"SBM02103\",source=\"none\"} 1\n"
+      "firmware_version=\"SBM02103\",source=\"none\"} 1\n"
       "# HELP ssdlife_rated_life_used_ratio Share of the SSD's rated life that is used; 1 is all "
       "of it, more is possible.\n"
       "# TYPE ssdlife_rated_life_used_ratio gauge\n"
@@ -54,7 +54,7 @@ TEST(Metrics, EscapeWhatWouldEndALabelAndStayText) {
   drive.physicalDrive = "sda";
   drive.model = "a\"b\\c\nd\xe9";
   EXPECT_EQ(samples(showMetrics({drive})).front(),
-            R"(ssdlife_info{device="sda",model="a\"b\\c?d?",serial_number="",firmware="",)"
+            R"(ssdlife_info{device="sda",model="a\"b\\c?d?",serial_number="",firmware_version="",)"
             R"(source="none"} 1)");
 }
 
