@@ -219,11 +219,27 @@ bool Injector::meetMemory() {
   return memoryFailing_ && (forEver_ ? number >= nth_ : number == nth_);
 }
 
-bool isLibrary(const void* address) {
-  // Takes no lock: dlclose holds the loader's while it waits for the library's threads.
+namespace {
+
+/// The file that the code at `address` was loaded from, "" for the executable's own; null for none.
+/// Takes no lock: dlclose holds the loader's while it waits for the library's threads.
+const char* fileOf(const void* address) {
   dl_find_object found;
-  return _dl_find_object(const_cast<void*>(address), &found) == 0 &&
-         std::strstr(found.dlfo_link_map->l_name, "/libvekssdprov.so") != nullptr;
+  return _dl_find_object(const_cast<void*>(address), &found) == 0 ? found.dlfo_link_map->l_name
+                                                                  : nullptr;
+}
+
+}  // namespace
+
+bool isLibrary(const void* address) {
+  const char* file = fileOf(address);
+  return file != nullptr && std::strstr(file, "/libvekssdprov.so") != nullptr;
+}
+
+bool isOfTest(const void* address) {
+  const char* file = fileOf(address);
+  return file != nullptr && (*file == '\0' || std::strstr(file, "/libstdc++.so") != nullptr ||
+                             std::strstr(file, "/libgtest") != nullptr);
 }
 
 }  // namespace fault

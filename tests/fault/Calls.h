@@ -126,10 +126,16 @@ class Injector {
 /// Whether the code at `address` belongs to the library under test.
 bool isLibrary(const void* address);
 
+/// Whether it is this executable's, or of the C++ libraries that it stands on.
+bool isOfTest(const void* address);
+
 }  // namespace fault
 
-/// Whether the function that it stands in was called by the library under test.
-#define FAULT_CALLED_BY_LIBRARY() ::fault::isLibrary(__builtin_return_address(0))
+/// Whether the function that it stands in was called by the library under test. A call that ends
+/// one of the library's functions returns to whoever called that: the C library or the loader,
+/// where it ended a thread or a destructor. Neither makes calls of its own that can be stood in
+/// front of.
+#define FAULT_CALLED_BY_LIBRARY() (!::fault::isOfTest(__builtin_return_address(0)))
 
 /// A definition that the library finds before the C library's.
 #define FAULT_VISIBLE __attribute__((visibility("default")))
