@@ -159,11 +159,11 @@ int rounds(unsigned count) {
             count,
             growth(samples, &Usage::heap) /
                 static_cast<double>(samples.back().step - samples.front().step));
-  const double kept = kBytesKeptByLoad * count;
+  const double kept = kBytesKeptByLoad * (samples.back().step - samples.front().step);
   const bool descriptors = show("descriptors", samples, &Usage::descriptors, 0.5);
   const bool threads = show("threads", samples, &Usage::threads, 0.5);
   // The allocator's own stock counts as used.
-  const bool heap = show("heap bytes", samples, &Usage::heap, 16384 + kept);
+  const bool heap = show("heap bytes", samples, &Usage::heap, 8192 + kept);
   const bool memory = show("resident kB", samples, &Usage::kilobytes, 512 + kept / 1024);
   return descriptors && threads && heap && memory ? 0 : 1;
 }

@@ -40,7 +40,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                  "the text before a failing conversion is logged");
   WLog(LOG_LEVEL_TRACE, L"serial=[%ls]", WideView(text).text());
   const std::string wide = world::takeLog();
-  world::require(wide.empty() || wide.find("\tTrace\tserial=[") != std::string::npos,
+  world::require(wide.empty() || (wide.compare(kMessageColumn - 6, 5, "Trace") == 0 &&
+                                  wide.compare(kMessageColumn, 8, "serial=[") == 0 &&
+                                  wide.compare(wide.size() - 2, 2, "]\n") == 0),
                  "a wide record is whole or dropped");
   return 0;
 }

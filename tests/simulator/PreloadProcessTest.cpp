@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 
 #include "tests/simulator/ProbeRun.h"
 
@@ -8,6 +9,7 @@
 namespace simulator::test {
 namespace {
 
+using Clock = std::chrono::steady_clock;
 using Lines = std::vector<std::string>;
 
 constexpr const char* kWearingTill =
@@ -83,14 +85,20 @@ TEST(PreloadProcess, DelaysAreSimulatedTimeToo) {
       R"({"name": "m", "time": {"scale": 1000}, "drives": [{"kind": "sata", "node": "sda"}],
       "faults": [{"call": "ioctl", "node": "sda", "delayMs": 60000},
                  {"call": "open", "node": "sda", "delayMs": 60000}]})");
+  const auto begin = Clock::now();
   EXPECT_EQ(run.run({"drivecmd:/dev/sda:b0:01:d8:00"}).lines.at(0), "ok 50000000 ");
+  EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(120));
 }
 
+// The kernel gives up after ten seconds.
 TEST(PreloadProcess, HangingDriveIsGivenUpInSimulatedTime) {
   ProbeRun run(
-      R"({"name": "m", "time": {"scale": 1000}, "drives": [{"kind": "sata", "node": "sda"}],
+      R"({"name": "m", "time": {"scale": 100}, "drives": [{"kind": "sata", "node": "sda"}],
       "faults": [{"call": "ioctl", "node": "sda", "request": "HDIO_DRIVE_CMD", "hang": true}]})");
+  const auto begin = Clock::now();
   EXPECT_EQ(run.run({"drivecmd:/dev/sda:b0:01:d8:00"}).lines.at(0), "failed EIO b001d800 ");
+  EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(100));
+  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(10));
 }
 
 TEST(PreloadProcess, ReadingsGoOnWithinAProcessAndInAForkedChild) {

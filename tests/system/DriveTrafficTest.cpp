@@ -186,9 +186,9 @@ TEST(PollSchedules, WithARateBeyond32BitsThatIsZeroNeverReadsTheDrive) {
   TillRun till(machineWith(sataDrive("sda", "S1", "33")));
   till.setting("PollRate=4294967296");
   till.run({"load", "instance-mi", "sleep:100", "cleanup-instance", "unload"});
-  for (const std::string& did : scheduleOf(till)) {
-    EXPECT_EQ(did, "sleep");
-  }
+  const std::vector<std::string> schedule = scheduleOf(till);
+  EXPECT_GT(schedule.size(), 3U);
+  EXPECT_EQ(schedule, std::vector<std::string>(schedule.size(), "sleep"));
   EXPECT_EQ(countOf(till.logText(), "PollingThread constructed - pollingRate=0\n"), 1U);
 }
 

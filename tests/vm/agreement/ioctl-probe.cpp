@@ -1,7 +1,7 @@
 // ioctl-probe CASES USER NAME=NODE...
 //
-// Makes the cases of the list that are USER's ("root" or "nobody") and whose drive is among the
-// given names, each on the drive's node, and compares what came back with what the list expects.
+// Makes the cases of the list that are USER's ("root" or "nobody"), each on the node of its drive,
+// and compares what came back with what the list expects. Each drive of theirs must be named.
 // Run in the virtual machine, it tells whether the list is what the kernel does; run under the
 // simulator, whether the simulator does the same. Prints a line for each case and, for the
 // failing ones, what was observed; exits 1 if any failed, 2 if the cases could not be run.
@@ -74,8 +74,12 @@ int main(int argc, char** argv) {
     int made = 0;
     int failed = 0;
     for (const json& description : cases) {
-      const auto node = nodes.find(description.at("drive").get<std::string>());
-      if (description.value("user", "root") == user && node != nodes.end()) {
+      if (description.value("user", "root") == user) {
+        const auto drive = description.at("drive").get<std::string>();
+        const auto node = nodes.find(drive);
+        if (node == nodes.end()) {
+          throw std::runtime_error("no node is given for the drive \"" + drive + "\"");
+        }
         ++made;
         failed += run(description, node->second) ? 0 : 1;
       }
