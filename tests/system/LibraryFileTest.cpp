@@ -3,6 +3,7 @@
 #include <elf.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -123,6 +124,37 @@ TEST(LibraryFile, KeepsItsTablesReadOnlyAndItsStackData) {
   EXPECT_TRUE(relro);
   EXPECT_TRUE(stackSeen);
 }
+
+TEST(LibraryFile, SearchesForLibrariesNowhereOfItsOwn) {
+  EXPECT_TRUE(library().dynamic(DT_RPATH).empty());
+  EXPECT_TRUE(library().dynamic(DT_RUNPATH).empty());
+}
+
+#ifndef VEKSSD_SANITIZED  // which guard in another way
+bool imports(const std::string& name) {
+  const auto& symbols = library().symbols();
+  return std::any_of(symbols.begin(), symbols.end(), [&](const ElfFile::Symbol& symbol) {
+    return !symbol.defined && symbol.name == name;
+  });
+}
+
+TEST(LibraryFile, GuardsItsStack) { EXPECT_TRUE(imports("__stack_chk_fail")); }
+
+#ifdef VEKSSD_OPTIMISED
+TEST(LibraryFile, ChecksTheBoundsOfWhatItFormats) { EXPECT_TRUE(imports("__vsnprintf_chk")); }
+#endif
+
+#ifdef __x86_64__
+TEST(LibraryFile, MarksWhereItsFunctionsMayBeCalled) {
+  const std::string mark = "\xF3\x0F\x1E\xFA";  // endbr64
+  for (const ElfFile::Symbol& symbol : library().symbols()) {
+    if (symbol.defined && symbol.type == STT_FUNC) {
+      EXPECT_EQ(library().bytesAt(symbol.address, mark.size()), mark) << symbol.name;
+    }
+  }
+}
+#endif
+#endif
 
 // ---- The texts that field engineers look for ------------------------------------------------
 

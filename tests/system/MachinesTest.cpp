@@ -130,6 +130,35 @@ TEST(MachinesFolder, HoldsNoMachineThatIsNotShownHere) {
   EXPECT_EQ(kept, shown);
 }
 
+struct Row {
+  const char* machine;
+  const char* model;
+};
+
+class ModelMachines : public ::testing::TestWithParam<Row> {};
+
+TEST_P(ModelMachines, AreOfTheModelThatTheirRowIsFor) {
+  TillRun till(std::string("models/") + GetParam().machine);
+  till.setting("PollRate=1000000").logSetting("Level=3");
+  till.run({"load", "instance-mi", "list", "leave-loaded"});
+  EXPECT_EQ(till.step("list").result.at("instances")[0].at("DriveModel"), GetParam().model);
+  EXPECT_EQ(countOf(till.logText(), "SsdDevice::initialise - found supported model "), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kept, ModelMachines,
+    ::testing::Values(Row{"sandisk-ssd-p4-64gb", "SanDisk SSD P4 64GB"},
+                      Row{"sandisk-ssd-u100-64gb", "SanDisk SSD U100 64GB"},
+                      Row{"sandisk-ssd-u100-128gb", "SanDisk SSD U100 128GB"},
+                      Row{"sandisk-sd6sa1m064g", "SanDisk SD6SA1M064G"},
+                      Row{"sandisk-sd6sa1m128g", "SanDisk SD6SA1M128G"},
+                      Row{"sandisk-sd6sn1m064g", "SanDisk SD6SN1M064G"},
+                      Row{"sandisk-sd6sn1m128g", "SanDisk SD6SN1M128G"},
+                      Row{"sandisk-sd6sa1m064g1011", "SanDisk SD6SA1M064G1011"},
+                      Row{"sandisk-sd6sa1m128g1011", "SanDisk SD6SA1M128G1011"},
+                      Row{"ts64ghsd630", "TS64GHSD630"}, Row{"def-ssdlog-algo", "DEF_SSDLOG_ALGO"},
+                      Row{"def-nvme-algo", "DEF_NVME_ALGO"}));
+
 /// The other road finds what a bridge doesn't pass on by the first one.
 TEST(Machines, BehindABridgeShowTheirWearByTheDriveCommandRoad) {
   TillRun till("bridge-without-scsi-road");
