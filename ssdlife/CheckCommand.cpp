@@ -4,7 +4,7 @@
 namespace ssdlife {
 
 Health check(const Options& options, const std::string& library, const OwnOutput& output) {
-  SsdClient client(library, options.like);
+  SsdClient client = SsdClient::forOneAnswer(library, options.like);
   const HealthReport report = healthOf(client.list(), options.thresholds);
   client.close();
   output.out(report.line);

@@ -5,7 +5,7 @@
 namespace ssdlife {
 
 ExitCode get(const Options& options, const std::string& library, const OwnOutput& output) {
-  SsdClient client(library, options.like);
+  SsdClient client = SsdClient::forOneAnswer(library, options.like);
   output.out(showDrive(client.get(options.deviceId), options.format));
   client.close();
   return ExitCode::kOk;

@@ -6,7 +6,7 @@
 namespace ssdlife {
 
 ExitCode list(const Options& options, const std::string& library, const OwnOutput& output) {
-  SsdClient client(library, options.like);
+  SsdClient client = SsdClient::forOneAnswer(library, options.like);
   const std::vector<Drive> drives = client.list();
   output.out(options.format == Format::kPrometheus ? showMetrics(drives)
                                                    : showDrives(drives, options.format));

@@ -5,7 +5,7 @@
 namespace ssdlife {
 
 ExitCode names(const Options& options, const std::string& library, const OwnOutput& output) {
-  SsdClient client(library, options.like);
+  SsdClient client = SsdClient::forOneAnswer(library, options.like);
   output.out(showNames(client.names(), options.format));
   client.close();
   return ExitCode::kOk;

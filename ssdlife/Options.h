@@ -14,9 +14,9 @@ enum class Command { kList, kNames, kGet, kWatch, kRoads, kRecord, kCheck };
 struct Options {
   Command command = Command::kList;
   Format format = Format::kTable;
-  std::string library;         // empty: the one that belongs to this command
-  std::string machine;         // empty: this machine
-  std::string like = "plain";  // the object manager that is played
+  std::string library;  // empty: the one that belongs to this command
+  std::string machine;  // empty: this machine
+  std::string like;     // the object manager that is played; empty: none
   bool showLibraryOutput = false;
 
   std::string deviceId;           // get; roads, which also takes the name of a node

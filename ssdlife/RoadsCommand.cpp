@@ -18,7 +18,7 @@ std::string nodeOf(const Options& options, const std::string& library) {
   if (plain && access((kNodes + name).c_str(), F_OK) == 0) {
     return name;
   }
-  SsdClient client(library, options.like);
+  SsdClient client = SsdClient::forOneAnswer(library, options.like);
   const std::string node = client.get(text).physicalDrive;
   client.close();
   return node;

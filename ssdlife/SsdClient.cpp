@@ -50,7 +50,7 @@ std::vector<cmpihost::ClassDeclaration> classes() {
 }
 
 cmpihost::Personality personality(const std::string& like) {
-  cmpihost::Personality chosen = cmpihost::personalityOf(like);
+  cmpihost::Personality chosen = cmpihost::personalityOf(like.empty() ? "plain" : like);
   // A watch runs for weeks.
   chosen.broker.journal = false;
   return chosen;
@@ -88,18 +88,32 @@ void requireSome(bool nothing, const std::string& message) {
   }
 }
 
+bool libraryIsLeft = false;
+
 constexpr const char* kRefused = "the library refused the subscription";
 constexpr const char* kNoDrive = "no SSD found, or none that could be read";
 
 }  // namespace
 
-SsdClient::SsdClient(const std::string& library, const std::string& like)
-    : manager_(withLibrary([&] {
-        return cmpihost::ObjectManager(personality(like), classes(), library, kPrefix);
+SsdClient::SsdClient(const std::string& library, const std::string& like, Parting parting)
+    : parting_(parting), manager_(withLibrary([&] {
+        return std::make_unique<cmpihost::ObjectManager>(personality(like), classes(), library,
+                                                         kPrefix);
       })) {}
 
+SsdClient::~SsdClient() {
+  if (parting_ == Parting::kWithProcess) {
+    libraryIsLeft = true;
+    static_cast<void>(manager_.release());
+  }
+}
+
+SsdClient SsdClient::forOneAnswer(const std::string& library, const std::string& like) {
+  return SsdClient(library, like, like.empty() ? Parting::kWithProcess : Parting::kUnload);
+}
+
 std::vector<Drive> SsdClient::list() {
-  const Reply reply = withLibrary([&] { return manager_.enumerateInstances(drivesPath()); });
+  const Reply reply = withLibrary([&] { return manager_->enumerateInstances(drivesPath()); });
   require(reply.status, kNoDrive);
   requireSome(reply.instances.empty(), kNoDrive);
   std::vector<Drive> drives;
@@ -109,7 +123,7 @@ std::vector<Drive> SsdClient::list() {
 }
 
 std::vector<std::string> SsdClient::names() {
-  const Reply reply = withLibrary([&] { return manager_.enumerateInstanceNames(drivesPath()); });
+  const Reply reply = withLibrary([&] { return manager_->enumerateInstanceNames(drivesPath()); });
   require(reply.status, kNoDrive);
   requireSome(reply.paths.empty(), kNoDrive);
   std::vector<std::string> names;
@@ -122,7 +136,7 @@ std::vector<std::string> SsdClient::names() {
 
 Drive SsdClient::get(const std::string& deviceId) {
   const ObjectPath path = drivesPath().withKey(kKey, cmpihost::Value::string(deviceId));
-  const Reply reply = withLibrary([&] { return manager_.getInstance(path); });
+  const Reply reply = withLibrary([&] { return manager_->getInstance(path); });
   const std::string none =
       "no SSD whose DeviceID begins with \"" + deviceId + "\", or none that could be read";
   require(reply.status, none);
@@ -131,18 +145,22 @@ Drive SsdClient::get(const std::string& deviceId) {
 }
 
 void SsdClient::subscribe(std::function<void(const FailureEvent&)> sink) {
-  manager_.broker().onIndication([sink = std::move(sink)](const cmpihost::Indication& indication) {
+  manager_->broker().onIndication([sink = std::move(sink)](const cmpihost::Indication& indication) {
     sink(failureEventOf(indication));
   });
-  withLibrary([&] { require(manager_.subscribe(failureFilter()), kRefused); });
+  withLibrary([&] { require(manager_->subscribe(failureFilter()), kRefused); });
 }
 
 void SsdClient::unsubscribe() {
-  withLibrary([&] { require(manager_.unsubscribe(failureFilter()), kRefused); });
+  withLibrary([&] { require(manager_->unsubscribe(failureFilter()), kRefused); });
 }
 
+bool SsdClient::hasLeftLibrary() { return libraryIsLeft; }
+
 void SsdClient::close() {
-  withLibrary([&] { manager_.stop(); });
+  if (parting_ == Parting::kUnload) {
+    withLibrary([&] { manager_->stop(); });
+  }
 }
 
 }  // namespace ssdlife

@@ -1,5 +1,7 @@
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <string>
 
@@ -10,6 +12,7 @@
 #include "ssdlife/OwnOutput.h"
 #include "ssdlife/RecordedRun.h"
 #include "ssdlife/SimulatedMachine.h"
+#include "ssdlife/SsdClient.h"
 
 namespace ssdlife {
 namespace {
@@ -96,7 +99,15 @@ int start(int argc, char** argv) {
   return run(options);
 }
 
+[[noreturn]] void leave(int status) {
+  if (SsdClient::hasLeftLibrary()) {
+    std::fflush(stdout);  // what the library has printed, if that is shown
+    std::quick_exit(status);
+  }
+  std::exit(status);
+}
+
 }  // namespace
 }  // namespace ssdlife
 
-int main(int argc, char** argv) { return ssdlife::start(argc, argv); }
+int main(int argc, char** argv) { ssdlife::leave(ssdlife::start(argc, argv)); }

@@ -123,8 +123,22 @@ TEST_F(Command, GetShowsTheFirstDriveThatBeginsWithTheText) {
   EXPECT_EQ(json::parse(asJson.output()).at("serialNumber"), "E2148");
 }
 
-TEST_F(Command, AsksOnceAndTakesLeaveOfTheLibrary) {
-  CommandRun run(onFakeLibrary({"list"}));
+TEST_F(Command, AsksOnceAndDoesNotWaitForTheLibraryToUnload) {
+  for (const char* const command : {"list", "names", "check"}) {
+    std::filesystem::remove(journal());
+    CommandRun run(onFakeLibrary({command}));
+    run.with("FAKE_JOURNAL", journal()).start().exitStatus();
+    const std::string asked = std::string(command) == "names" ? "names" : "instances";
+    EXPECT_EQ(journalText(), "loaded\ninstance factory\n" + asked + "\n") << command;
+  }
+  std::filesystem::remove(journal());
+  CommandRun refused(onFakeLibrary({"get", "SanDisk"}));
+  EXPECT_EQ(refused.with("FAKE_JOURNAL", journal()).start().exitStatus(), 1);
+  EXPECT_EQ(journalText(), "loaded\ninstance factory\ninstance SanDisk\n");
+}
+
+TEST_F(Command, TakesLeaveOfTheLibraryAsTheManagerThatItPlays) {
+  CommandRun run(onFakeLibrary({"list", "--like", "plain"}));
   EXPECT_EQ(run.with("FAKE_JOURNAL", journal()).start().exitStatus(), 0);
   EXPECT_EQ(journalText(), "loaded\ninstance factory\ninstances\ninstance cleanup 1\nunloaded\n");
 }

@@ -31,10 +31,17 @@ std::string environment(const char* name) {
   return value == nullptr ? "" : value;
 }
 
+__attribute__((destructor)) void endOfProcess() {
+  if (Recorder* current = theRecorder) {
+    current->saveAtEnd();
+  }
+}
+
 void start() {
   const std::string file = environment("VEKSSD_RECORD");
   if (!file.empty()) {
     theRecorder = new Recorder(file, environment("VEKSSD_RECORD_ANONYMOUS") == "1");
+    static_cast<void>(std::at_quick_exit(endOfProcess));
   }
 }
 
@@ -53,12 +60,6 @@ std::string writeFile(const std::string& path, const std::string& text) {
     real().close(fd);
   }
   return good ? "" : path + " can't be written: " + std::generic_category().message(error);
-}
-
-__attribute__((destructor)) void endOfProcess() {
-  if (Recorder* current = theRecorder) {
-    current->saveAtEnd();
-  }
 }
 
 }  // namespace
