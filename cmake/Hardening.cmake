@@ -1,23 +1,40 @@
-# vekssd_library_code(target...): how code is compiled that ends up in libvekssdprov.so.
+# vekssd_hardening(target...): how code is compiled that runs as root on a till: stack and control flow
+# are guarded, string functions checked, tables read-only once they are bound.
 #
-# It runs as root in somebody else's process: stack and control flow are guarded, string functions
-# checked. A unique symbol (GNU's one-per-process objects) would pin the library for ever, so that
-# its threads were never joined at dlclose.
+# These flags come after the user's. A level of _FORTIFY_SOURCE that the user or the compiler has set
+# stays; the checks need an optimised build.
+
+option(VEKSSD_HARDENING "Guard the stack, the control flow and string functions" ON)
 
 include(CheckCXXCompilerFlag)
-check_cxx_compiler_flag(-fcf-protection=full VEKSSD_HAS_CF_PROTECTION)
-check_cxx_compiler_flag(-fstack-clash-protection VEKSSD_HAS_STACK_CLASH_PROTECTION)
-check_cxx_compiler_flag(-fno-gnu-unique VEKSSD_HAS_NO_GNU_UNIQUE)
-check_cxx_compiler_flag(-Wthread-safety VEKSSD_HAS_THREAD_SAFETY)
+include(CheckCXXSourceCompiles)
+set(hardening -fstack-protector-strong)
+foreach(flag fcf-protection=full mbranch-protection=standard fstack-clash-protection)
+  string(MAKE_C_IDENTIFIER "VEKSSD_HAS_${flag}" has)
+  check_cxx_compiler_flag(-${flag} ${has})
+  if(${has})
+    list(APPEND hardening -${flag})
+  endif()
+endforeach()
 
-function(vekssd_library_code)
-  foreach(target IN LISTS ARGN)
-    target_compile_options(${target} PRIVATE
-      -fstack-protector-strong
-      $<$<BOOL:${VEKSSD_HAS_CF_PROTECTION}>:-fcf-protection=full>
-      $<$<BOOL:${VEKSSD_HAS_STACK_CLASH_PROTECTION}>:-fstack-clash-protection>
-      $<$<BOOL:${VEKSSD_HAS_NO_GNU_UNIQUE}>:-fno-gnu-unique>
-      $<$<BOOL:${VEKSSD_HAS_THREAD_SAFETY}>:-Wthread-safety>
-      $<$<CONFIG:Release>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
-  endforeach()
+string(TOUPPER "${CMAKE_BUILD_TYPE}" type)
+set(CMAKE_REQUIRED_FLAGS "${CMAKE_CXX_FLAGS_${type}}")
+check_cxx_source_compiles("
+#if !defined __OPTIMIZE__ || defined _FORTIFY_SOURCE && _FORTIFY_SOURCE >= 2
+#error
+#endif
+int main() {}" VEKSSD_WANTS_FORTIFICATION)
+unset(CMAKE_REQUIRED_FLAGS)
+if(VEKSSD_WANTS_FORTIFICATION)
+  list(APPEND hardening -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+endif()
+set(VEKSSD_HARDENING_FLAGS "${hardening}")
+
+function(vekssd_hardening)
+  if(VEKSSD_HARDENING)
+    foreach(target IN LISTS ARGN)
+      target_compile_options(${target} PRIVATE ${VEKSSD_HARDENING_FLAGS})
+      target_link_options(${target} PRIVATE -Wl,-z,relro -Wl,-z,now)
+    endforeach()
+  endif()
 endfunction()

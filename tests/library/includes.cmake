@@ -1,0 +1,40 @@
+# Fails for each #include by which a file of the library looks outside, or to a room on its left.
+#
+#   cmake -DLIBRARY=... "-DROOMS=provider;core;..." -P <this file>
+#
+# ROOMS: from left to right. CMPI's headers, in angle brackets, are the leftmost room's alone.
+
+cmake_minimum_required(VERSION 3.18)
+list(GET ROOMS 0 leftmost)
+list(LENGTH ROOMS count)
+file(GLOB folders RELATIVE "${LIBRARY}" "${LIBRARY}/*/CMakeLists.txt")
+list(LENGTH folders there)
+if(NOT count EQUAL there)
+  message(SEND_ERROR "${there} folders in ${LIBRARY}, ${count} rooms: ${ROOMS}")
+endif()
+
+set(seen 0)
+foreach(room IN LISTS ROOMS)
+  list(FIND ROOMS ${room} place)
+  file(GLOB_RECURSE files RELATIVE "${LIBRARY}" "${LIBRARY}/${room}/*.h" "${LIBRARY}/${room}/*.cpp")
+  foreach(file IN LISTS files)
+    file(STRINGS "${LIBRARY}/${file}" includes REGEX "^[ \t]*#[ \t]*include")
+    foreach(include IN LISTS includes)
+      string(REGEX REPLACE "^[^<\"]*([<\"])([^/>\"]*).*" "\\1;\\2" parts "${include}")
+      list(GET parts 0 quote)
+      list(GET parts 1 folder)
+      list(FIND ROOMS "${folder}" where)
+      if(quote STREQUAL "\"" OR where GREATER_EQUAL 0)
+        math(EXPR seen "${seen} + 1")
+        if(where LESS place)
+          message(SEND_ERROR "${file}: ${include}")
+        endif()
+      elseif(folder STREQUAL "cmpi" AND NOT room STREQUAL leftmost)
+        message(SEND_ERROR "${file}: ${include}")
+      endif()
+    endforeach()
+  endforeach()
+endforeach()
+if(seen EQUAL 0)
+  message(FATAL_ERROR "no #include of a room's header in ${LIBRARY}")
+endif()
