@@ -13,39 +13,20 @@
 #include <unistd.h>
 
 #include <benchmark/benchmark.h>
-#include <spdlog/sinks/basic_file_sink.h>
-#include <spdlog/spdlog.h>
 
 #include "bench/Check.h"
+#include "bench/LogLines.h"
 #include "bench/Machine.h"
-#include "log/Log.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr unsigned long kHours = 12345;
-constexpr int kPercentage = 42;
-/// The library's most frequent message.
-constexpr char kMessage[] = "SsdDevice::getSsdData - POH = 12345, Percentage Used = 42";
-
-void logLine(LOG_LEVEL level) {
-  Log(level, "SsdDevice::getSsdData - POH = %lu, Percentage Used = %d", kHours, kPercentage);
-}
-
-std::shared_ptr<spdlog::logger> makeSpdlog() {
-  auto logger = spdlog::basic_logger_mt("file", bench::logPath());
-  logger->set_pattern("%d/%m/%Y %H:%M:%S.%e\tP[%8P] T[%8t]\t%l\t%v");
-  logger->set_level(spdlog::level::info);
-  logger->flush_on(spdlog::level::trace);
-  spdlog::set_default_logger(logger);
-  return logger;
-}
-
-void spdlogLine(spdlog::level::level_enum level) {
-  static const std::shared_ptr<spdlog::logger> logger = makeSpdlog();
-  spdlog::log(level, "SsdDevice::getSsdData - POH = {}, Percentage Used = {}", kHours, kPercentage);
-}
+using bench::kHours;
+using bench::kMessage;
+using bench::kPercentage;
+using bench::logLine;
+using bench::spdlogLine;
 
 std::string contentOfLog() {
   std::ifstream file(bench::logPath());
@@ -92,7 +73,7 @@ void suppressedSpdlog(benchmark::State& state) {
   spdlogLine(spdlog::level::info);
   fs::resize_file(bench::logPath(), 0);
   for (auto _ : state) {
-    spdlog::debug("SsdDevice::getSsdData - POH = {}, Percentage Used = {}", kHours, kPercentage);
+    spdlogLine(spdlog::level::debug);
   }
   bench::check(state, fs::file_size(bench::logPath()) == 0, "a suppressed line was written");
   spdlogLine(spdlog::level::info);

@@ -2,11 +2,12 @@
 
 #include <CLI/CLI.hpp>
 #include <cmath>
-#include <iostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "host/Personality.h"
+#include "ssdlife/CommandLine.h"
 #include "ssdlife/Failure.h"
 
 namespace ssdlife {
@@ -28,6 +29,10 @@ std::string wholePercentage(const std::string& text) {
   return small ? "" : text + " is not a whole percentage from 0 to 254";
 }
 
+std::string notEmpty(const std::string& text) {
+  return text.empty() ? "an empty text names nothing" : "";
+}
+
 Format formatOf(const std::string& name) {
   return name == "json" ? Format::kJson
                         : (name == "prometheus" ? Format::kPrometheus : Format::kTable);
@@ -36,22 +41,26 @@ Format formatOf(const std::string& name) {
 void addGlobalOptions(CLI::App& app, Options& options) {
   app.add_option("--library", options.library,
                  "The provider library (default: the one installed with this command)")
-      ->type_name("PATH");
+      ->type_name("PATH")
+      ->check(CLI::Validator(notEmpty, ""));
   app.add_option("--machine", options.machine,
                  "Show the simulated machine of this file instead of the real one")
-      ->type_name("FILE");
+      ->type_name("FILE")
+      ->check(CLI::Validator(notEmpty, ""));
   const auto takeFormat = [&options](const std::string& name) { options.format = formatOf(name); };
   app.add_option_function<std::string>("--format", takeFormat,
                                        "table or json, for list also prometheus (default: table)")
       ->check(CLI::IsMember({"table", "json", "prometheus"}).description(""))
       ->type_name("FORMAT");
+  app.add_flag_callback(
+      "--json", [&options] { options.format = Format::kJson; }, "Short for --format json");
   app.add_option("--like", options.like,
                  "Ask as this object manager would: plain, sfcb, pegasus or strict")
       ->check(CLI::IsMember(cmpihost::personalityNames()).description(""))
       ->type_name("MANAGER");
   app.add_flag("--show-library-output", options.showLibraryOutput,
                "Let through what the library itself writes to standard output and error");
-  app.set_version_flag("--version", std::string("ssdlife " SSDLIFE_VERSION));
+  app.set_version_flag("-V,--version", std::string("ssdlife " SSDLIFE_VERSION));
 }
 
 void addCheck(CLI::App& check, Options& options) {
@@ -79,17 +88,21 @@ void addCommands(CLI::App& app, Options& options) {
   add("get", Command::kGet, "Show all properties of one SSD")
       ->add_option("DEVICEID", options.deviceId,
                    "Its DeviceID, or the beginning of it: the first SSD that matches is shown")
-      ->required();
+      ->required()
+      ->check(CLI::Validator(notEmpty, ""));
   add("roads", Command::kRoads, "Show what each road to one drive answers, and which to take")
       ->add_option("DRIVE", options.deviceId,
                    "Its name below /dev, or its DeviceID or the beginning of that")
-      ->required();
+      ->required()
+      ->check(CLI::Validator(notEmpty, ""));
   addCheck(
       *add("check", Command::kCheck, "Tell a monitoring system how worn the SSDs are, as a plugin"),
       options);
   CLI::App* const record = add("record", Command::kRecord,
                                "Write a machine file that says again what the drives say now");
-  record->add_option("FILE", options.recordFile, "The machine file, for --machine")->required();
+  record->add_option("FILE", options.recordFile, "The machine file, for --machine")
+      ->required()
+      ->check(CLI::Validator(notEmpty, ""));
   record->add_flag("--anonymous", options.anonymous,
                    "Replace the drives' serial numbers by made-up ones");
   CLI::App* const watch =
@@ -121,34 +134,27 @@ void requireSense(const CLI::App& app, const Options& options) {
   }
 }
 
-// One line, whatever the parser has to say.
-std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
-  const std::vector<std::string> rest = app.remaining();
-  const std::string text = error.what();
-  return app.get_subcommands().empty() && !rest.empty() ? "unknown command: " + rest.front()
-                                                        : text.substr(0, text.find('\n'));
-}
-
 }  // namespace
 
-bool readCommandLine(int argc, char** argv, Options& options) {
+std::optional<std::string> readCommandLine(int argc, char** argv, Options& options) {
   CLI::App app("Shows how worn the SSDs of this machine are.", "ssdlife");
   addGlobalOptions(app, options);
   addCommands(app, options);
   app.footer(kExitCodes);
   try {
-    app.parse(argc, argv);
+    CommandLine(argc, argv).parse(app);
   } catch (const CLI::Success& answered) {
-    app.exit(answered, std::cout, std::cerr);
-    return false;
-  } catch (const CLI::ParseError& error) {
+    std::ostringstream text;
+    app.exit(answered, text, text);
+    return text.str();
+  } catch (const Failure&) {
     if (app.got_subcommand("check")) {
       options.command = Command::kCheck;
     }
-    throw Failure(ExitCode::kUsage, complaint(app, error) + " (see ssdlife --help)");
+    throw;
   }
   requireSense(app, options);
-  return true;
+  return std::nullopt;
 }
 
 }  // namespace ssdlife

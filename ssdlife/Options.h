@@ -27,8 +27,8 @@ struct Options {
   bool anonymous = false;         // record
 };
 
-// Reads the command line. False when it asked for help or the version, which has been printed.
-// Throws Failure; then options.command is what was asked for, if that could be told.
-bool readCommandLine(int argc, char** argv, Options& options);
+// Reads the command line. When it asked for help or the version, that is the answer. Throws
+// Failure; then options.command is what was asked for, if that could be told.
+std::optional<std::string> readCommandLine(int argc, char** argv, Options& options);
 
 }  // namespace ssdlife

@@ -13,12 +13,21 @@
 namespace ssdlife {
 namespace {
 
-int openNowhere() { return open("/dev/null", O_WRONLY | O_CLOEXEC); }
+void occupy(int descriptor) {
+  if (fcntl(descriptor, F_GETFD) < 0) {
+    const int nowhere = open("/dev/null", O_RDWR);
+    if (nowhere >= 0 && nowhere != descriptor) {
+      dup2(nowhere, descriptor);
+      close(nowhere);
+    }
+  }
+}
 
-// A second descriptor for the same output; nowhere if the caller closed it.
+// A second descriptor for the same output; none if the caller has closed it.
 int keep(int descriptor) {
   const int kept = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  return kept >= 0 ? kept : openNowhere();
+  occupy(descriptor);
+  return kept;
 }
 
 bool writeAll(int descriptor, std::string_view text) {
@@ -37,20 +46,28 @@ bool writeAll(int descriptor, std::string_view text) {
 
 }  // namespace
 
-OwnOutput::OwnOutput(bool showLibraryOutput)
-    : out_(keep(STDOUT_FILENO)), error_(keep(STDERR_FILENO)) {
-  if (showLibraryOutput) {
-    return;
-  }
-  const int nowhere = openNowhere();
-  dup2(nowhere, STDOUT_FILENO);
-  dup2(nowhere, STDERR_FILENO);
-  close(nowhere);
+OwnOutput::OwnOutput() {
+  occupy(STDIN_FILENO);
+  out_ = keep(STDOUT_FILENO);
+  error_ = keep(STDERR_FILENO);
 }
 
 OwnOutput::~OwnOutput() {
   close(out_);
   close(error_);
+}
+
+void OwnOutput::requireThere() const {
+  if (out_ < 0) {
+    out("\n");  // fails, and says how
+  }
+}
+
+void OwnOutput::keepFromLibrary() const {
+  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  dup2(nowhere, STDOUT_FILENO);
+  dup2(nowhere, STDERR_FILENO);
+  close(nowhere);
 }
 
 void OwnOutput::out(std::string_view text) const {

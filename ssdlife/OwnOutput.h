@@ -6,15 +6,21 @@
 namespace ssdlife {
 
 // The command's own standard output and error, apart from those of the library: the library writes
-// fixed lines to both, which nobody who reads a table or JSON wants to see. Created before the
-// library is loaded; for one thread.
+// fixed lines to both, which nobody who reads a table or JSON wants to see. For one thread.
 class OwnOutput {
  public:
-  // With `showLibraryOutput` the library's lines go where they always go, else to nowhere.
-  explicit OwnOutput(bool showLibraryOutput);
+  // Created first of all: no other file may get the number of a stream that the caller has closed.
+  OwnOutput();
   ~OwnOutput();
   OwnOutput(const OwnOutput&) = delete;
   OwnOutput& operator=(const OwnOutput&) = delete;
+
+  // Throws Failure when the caller has closed standard output.
+  void requireThere() const;
+
+  // From now on what is written to the process's standard output and error goes nowhere. Called
+  // before the library is loaded.
+  void keepFromLibrary() const;
 
   // Throws Failure when the text can't be written.
   void out(std::string_view text) const;

@@ -60,43 +60,38 @@ int report(const Options& options, const OwnOutput& output, ExitCode code, const
   return number(unknown.health);
 }
 
-// The line goes to the caller's streams, whatever the library is given in their place.
-int run(const Options& options) {
-  const OwnOutput output(options.showLibraryOutput);
+// What is to be done before the library is there. Throws Failure.
+void prepare(const Options& options, char** argv) {
+  const std::string library = providerLibrary(options.library);
+  if (!options.machine.empty()) {
+    enterMachine(options.machine, library, argv);
+  }
+  requirePrivilege(geteuid() == 0, onSimulatedMachine());
+  if (options.command == Command::kRecord) {
+    enterRecording(options.recordFile, options.anonymous, library, argv);
+  }
+}
+
+// The output is the caller's, whatever the library is given in its place.
+int start(int argc, char** argv) {
+  Options options;
+  OwnOutput output;
   try {
+    if (const auto answer = readCommandLine(argc, argv, options)) {
+      output.out(*answer);
+      return number(ExitCode::kOk);
+    }
+    output.requireThere();
+    prepare(options, argv);
+    if (!options.showLibraryOutput) {
+      output.keepFromLibrary();
+    }
     return runCommand(options, output);
   } catch (const Failure& failure) {
     return report(options, output, failure.exitCode(), failure.what());
   } catch (const std::exception& unforeseen) {
     return report(options, output, ExitCode::kNothing, unforeseen.what());
   }
-}
-
-// False when there is nothing to run.
-bool prepare(int argc, char** argv, Options& options) {
-  if (!readCommandLine(argc, argv, options)) {
-    return false;
-  }
-  if (!options.machine.empty()) {
-    enterMachine(options.machine, providerLibrary(options.library), argv);
-  }
-  requirePrivilege(geteuid() == 0, onSimulatedMachine());
-  if (options.command == Command::kRecord) {
-    enterRecording(options.recordFile, options.anonymous, providerLibrary(options.library), argv);
-  }
-  return true;
-}
-
-int start(int argc, char** argv) {
-  Options options;
-  try {
-    if (!prepare(argc, argv, options)) {
-      return number(ExitCode::kOk);
-    }
-  } catch (const Failure& failure) {
-    return report(options, OwnOutput(true), failure.exitCode(), failure.what());
-  }
-  return run(options);
 }
 
 [[noreturn]] void leave(int status) {

@@ -44,7 +44,7 @@ std::set<std::string> commands() {
 
 // The options that the usage of ssdlife, or of one of its commands, lists.
 std::set<std::string> options(const std::string& command = "") {
-  return all(help(command), R"(^  (?:-h,)?(--[a-z-]+))");
+  return all(help(command), R"(^  (?:-[a-zA-Z],)?(--[a-z-]+))");
 }
 
 std::set<std::string> allOptions() {

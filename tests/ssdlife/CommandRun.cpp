@@ -62,6 +62,16 @@ CommandRun& CommandRun::outputTo(const std::string& file) {
   return *this;
 }
 
+CommandRun& CommandRun::outputClosed() {
+  closed_.push_back(STDOUT_FILENO);
+  return *this;
+}
+
+CommandRun& CommandRun::errorClosed() {
+  closed_.push_back(STDERR_FILENO);
+  return *this;
+}
+
 CommandRun& CommandRun::start() {
   std::array<int, 2> output{};
   std::array<int, 2> error{};
@@ -84,6 +94,9 @@ void CommandRun::become(int output, int error) {
   const int program = open(SSDLIFE, O_RDONLY);
   dup2(outputFile_.empty() ? output : open(outputFile_.c_str(), O_WRONLY), STDOUT_FILENO);
   dup2(error, STDERR_FILENO);
+  for (const int stream : closed_) {
+    close(stream);
+  }
   for (const auto& [variable, value] : environment_) {
     setenv(variable.c_str(), value.c_str(), 1);
   }

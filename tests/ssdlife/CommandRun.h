@@ -22,6 +22,9 @@ class CommandRun {
   // With this file in the place of standard output.
   CommandRun& outputTo(const std::string& file);
 
+  CommandRun& outputClosed();
+  CommandRun& errorClosed();
+
   CommandRun& start();
 
   // Waits until the text has come on standard error.
@@ -44,6 +47,7 @@ class CommandRun {
   std::map<std::string, std::string> environment_;
   std::string outputFile_;
   bool withoutRoot_ = false;
+  std::vector<int> closed_;
   pid_t process_ = -1;
   int outputPipe_ = -1;
   int errorPipe_ = -1;

@@ -118,7 +118,7 @@ TEST_F(Command, GetShowsTheFirstDriveThatBeginsWithTheText) {
             "Life used:     unknown\n"
             "Source:        -\n"
             "State:         ok\n");
-  CommandRun asJson(onFakeLibrary({"get", "", "--format", "json"}));
+  CommandRun asJson(onFakeLibrary({"get", "T", "--json"}));
   EXPECT_EQ(asJson.start().exitStatus(), 0);
   EXPECT_EQ(json::parse(asJson.output()).at("serialNumber"), "E2148");
 }
@@ -242,6 +242,15 @@ TEST_F(Command, AWrongCommandLineIsOneLineAndStatusTwo) {
       {{}, "A subcommand is required"},
       {{"lst"}, "unknown command: lst"},
       {{"list", "more"}, "The following argument was not expected: more"},
+      {{"list", "one", "two"}, "The following arguments were not expected: one two"},
+      {{"list", "--", "--machine", "F"}, "The following arguments were not expected: --machine F"},
+      {{"get", "one", "--", "-V"}, "The following argument was not expected: -V"},
+      {{"get", "--"}, "DEVICEID is required"},
+      {{"get", ""}, "DEVICEID: an empty text names nothing"},
+      {{"roads", ""}, "DRIVE: an empty text names nothing"},
+      {{"record", ""}, "FILE: an empty text names nothing"},
+      {{"list", "--machine", ""}, "--machine: an empty text names nothing"},
+      {{"list", "--library", ""}, "--library: an empty text names nothing"},
       {{"list", "--colour"}, "The following argument was not expected: --colour"},
       {{"get"}, "DEVICEID is required"},
       {{"list", "--format", "xml"}, "--format: xml not in {table,json,prometheus}"},
@@ -273,9 +282,42 @@ TEST_F(Command, HelpTellsTheCommandsAndTheExitStatus) {
   CommandRun ofWatch({"watch", "--help"});
   EXPECT_EQ(ofWatch.start().exitStatus(), 0);
   EXPECT_NE(ofWatch.output().find("--for SECONDS"), std::string::npos);
-  CommandRun version({"--version"});
-  EXPECT_EQ(version.start().exitStatus(), 0);
-  EXPECT_EQ(version.output().find("ssdlife "), 0U);
+}
+
+TEST_F(Command, TellsItsVersionWhereverItIsAsked) {
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"--version"}, {"-V"}, {"check", "-V"}, {"list", "--version"}}) {
+    CommandRun run(arguments);
+    EXPECT_EQ(run.start().exitStatus(), 0);
+    EXPECT_EQ(run.output().find("ssdlife "), 0U) << run.error();
+  }
+}
+
+TEST_F(Command, AnOperandMayLookLikeAnOption) {
+  CommandRun marked({"get", "--library", FAKE_LIBRARY, "--", "--machine"});
+  EXPECT_EQ(marked.start().exitStatus(), 1);
+  EXPECT_EQ(
+      marked.error(),
+      "ssdlife: no SSD whose DeviceID begins with \"--machine\", or none that could be read\n");
+}
+
+TEST_F(Command, WhatCannotBeWrittenIsAFailure) {
+  const std::vector<std::vector<std::string>> all = {
+      {"--help"}, {"check", "--help"}, {"--version"}, onFakeLibrary({"list"})};
+  for (const std::vector<std::string>& arguments : all) {
+    CommandRun full(arguments);
+    EXPECT_EQ(full.outputTo("/dev/full").start().exitStatus(), 1) << arguments[0];
+    EXPECT_EQ(full.error(), "ssdlife: can't write the output: No space left on device\n");
+    CommandRun closed(arguments);
+    EXPECT_EQ(closed.outputClosed().start().exitStatus(), 1) << arguments[0];
+    EXPECT_EQ(closed.error(), "ssdlife: can't write the output: Bad file descriptor\n");
+  }
+}
+
+TEST_F(Command, WithoutStandardErrorStillShowsTheDrives) {
+  CommandRun run(onFakeLibrary({"names"}));
+  EXPECT_EQ(run.errorClosed().start().exitStatus(), 0);
+  EXPECT_EQ(run.output(), "Transcend 64___E2148___sda\nKINGSTON SNV2S250G___5002___nvme0\n");
 }
 
 // ---- A simulated machine ----------------------------------------------------------------------

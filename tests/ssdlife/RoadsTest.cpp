@@ -119,7 +119,6 @@ TEST(Roads, OfAnNvmeDriveAreIdentifyAndHealthLog) {
 TEST(Roads, AreFoundByNodePathOrBeginningOfADeviceId) {
   EXPECT_EQ(roads("till", "/dev/nvme0").at("drive"), "nvme0");
   EXPECT_EQ(roads("till", "TS64").at("drive"), "sda");
-  EXPECT_EQ(roads("till", "").at("drive"), "sda");
   CommandRun unknown(roadsOn("till", "sdz"));
   EXPECT_EQ(unknown.start().exitStatus(), 1);
   EXPECT_EQ(unknown.error(),
