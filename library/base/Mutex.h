@@ -2,9 +2,14 @@
 
 #include <pthread.h>
 
+#include "base/Require.h"
 #include "base/ThreadAnnotations.h"
 
-/// A POSIX mutex with default attributes, known to Clang's thread-safety analysis.
+// POSIX locks with default attributes, known to Clang's thread-safety analysis. Such a lock is only
+// refused to a caller that misuses it: that ends the process, as going on without the lock would
+// harm more than one request.
+
+/// One thread at a time.
 class VEKSSD_CAPABILITY("mutex") Mutex {
  public:
   Mutex() { pthread_mutex_init(&mutex_, nullptr); }
@@ -12,8 +17,7 @@ class VEKSSD_CAPABILITY("mutex") Mutex {
   Mutex(const Mutex&) = delete;
   Mutex& operator=(const Mutex&) = delete;
 
-  /// Whether it is held now: false where the system refused it.
-  [[nodiscard]] bool lock() VEKSSD_ACQUIRE() { return pthread_mutex_lock(&mutex_) == 0; }
+  void lock() VEKSSD_ACQUIRE() { require(pthread_mutex_lock(&mutex_) == 0, "pthread_mutex_lock"); }
   void unlock() VEKSSD_RELEASE() { pthread_mutex_unlock(&mutex_); }
 
  private:
@@ -21,25 +25,7 @@ class VEKSSD_CAPABILITY("mutex") Mutex {
   pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
 };
 
-/// Holds a Mutex for the life of a scope. One that was refused is not given back: by then it may be
-/// another thread's. The same holds for the other guards.
-class VEKSSD_SCOPED_CAPABILITY MutexLock {
- public:
-  explicit MutexLock(Mutex& mutex) VEKSSD_ACQUIRE(mutex) : mutex_(mutex), held_(mutex.lock()) {}
-  ~MutexLock() VEKSSD_RELEASE() {
-    if (held_) {
-      mutex_.unlock();
-    }
-  }
-  MutexLock(const MutexLock&) = delete;
-  MutexLock& operator=(const MutexLock&) = delete;
-
- private:
-  Mutex& mutex_;
-  const bool held_;
-};
-
-/// A POSIX readers-writer lock: many readers or one writer.
+/// Many readers or one writer.
 class VEKSSD_CAPABILITY("shared mutex") SharedMutex {
  public:
   SharedMutex() { pthread_rwlock_init(&lock_, nullptr); }
@@ -47,9 +33,11 @@ class VEKSSD_CAPABILITY("shared mutex") SharedMutex {
   SharedMutex(const SharedMutex&) = delete;
   SharedMutex& operator=(const SharedMutex&) = delete;
 
-  [[nodiscard]] bool lock() VEKSSD_ACQUIRE() { return pthread_rwlock_wrlock(&lock_) == 0; }
-  [[nodiscard]] bool lockShared() VEKSSD_ACQUIRE_SHARED() {
-    return pthread_rwlock_rdlock(&lock_) == 0;
+  void lock() VEKSSD_ACQUIRE() {
+    require(pthread_rwlock_wrlock(&lock_) == 0, "pthread_rwlock_wrlock");
+  }
+  void lockShared() VEKSSD_ACQUIRE_SHARED() {
+    require(pthread_rwlock_rdlock(&lock_) == 0, "pthread_rwlock_rdlock");
   }
   void unlock() VEKSSD_RELEASE_GENERIC() { pthread_rwlock_unlock(&lock_); }
 
@@ -58,38 +46,33 @@ class VEKSSD_CAPABILITY("shared mutex") SharedMutex {
   pthread_rwlock_t lock_ = PTHREAD_RWLOCK_INITIALIZER;
 };
 
-/// Holds a SharedMutex as one of its readers for the life of a scope.
+/// Holds a lock alone for the life of a scope.
+template <typename Lock>
+class VEKSSD_SCOPED_CAPABILITY LockGuard {
+ public:
+  explicit LockGuard(Lock& lock) VEKSSD_ACQUIRE(lock) : lock_(lock) { lock_.lock(); }
+  ~LockGuard() VEKSSD_RELEASE() { lock_.unlock(); }
+  LockGuard(const LockGuard&) = delete;
+  LockGuard& operator=(const LockGuard&) = delete;
+
+ private:
+  Lock& lock_;
+};
+
+using MutexLock = LockGuard<Mutex>;
+using WriterLock = LockGuard<SharedMutex>;
+
+/// Holds a SharedMutex as one of its readers. A guard of its own for the annotations' sake: the
+/// analysis is to refuse a reader that writes.
 class VEKSSD_SCOPED_CAPABILITY ReaderLock {
  public:
-  explicit ReaderLock(SharedMutex& mutex) VEKSSD_ACQUIRE_SHARED(mutex)
-      : mutex_(mutex), held_(mutex.lockShared()) {}
-  ~ReaderLock() VEKSSD_RELEASE_GENERIC() {
-    if (held_) {
-      mutex_.unlock();
-    }
+  explicit ReaderLock(SharedMutex& lock) VEKSSD_ACQUIRE_SHARED(lock) : lock_(lock) {
+    lock_.lockShared();
   }
+  ~ReaderLock() VEKSSD_RELEASE_GENERIC() { lock_.unlock(); }
   ReaderLock(const ReaderLock&) = delete;
   ReaderLock& operator=(const ReaderLock&) = delete;
 
  private:
-  SharedMutex& mutex_;
-  const bool held_;
-};
-
-/// Holds a SharedMutex as its one writer for the life of a scope.
-class VEKSSD_SCOPED_CAPABILITY WriterLock {
- public:
-  explicit WriterLock(SharedMutex& mutex) VEKSSD_ACQUIRE(mutex)
-      : mutex_(mutex), held_(mutex.lock()) {}
-  ~WriterLock() VEKSSD_RELEASE() {
-    if (held_) {
-      mutex_.unlock();
-    }
-  }
-  WriterLock(const WriterLock&) = delete;
-  WriterLock& operator=(const WriterLock&) = delete;
-
- private:
-  SharedMutex& mutex_;
-  const bool held_;
+  SharedMutex& lock_;
 };

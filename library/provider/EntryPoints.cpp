@@ -28,7 +28,7 @@ CMPIStatus forward(Operation operation) {
   if (!drvProviderReady) {
     return notReady;
   }
-  const ProviderLock lock;
+  const MutexLock lock(drvMutex());
   if (!drvProviderReady) {
     return notReady;
   }
@@ -50,7 +50,7 @@ template <typename Mi, typename Announce>
 Mi* createMi(Mi& mi, const CMPIBroker* broker, const CMPIContext* context, CMPIStatus* status,
              const char* shortage, Announce announce) {
   {
-    const ProviderLock lock;
+    const MutexLock lock(drvMutex());
     announce();
     if (drvProvider == nullptr) {
       auto* provider = new (std::nothrow) SsdProvider;
@@ -88,7 +88,7 @@ CMPIStatus cleanUp(CMPIBoolean terminating, Prepare prepare) {
   if (drvProvider == nullptr) {
     return statusOf(CMPI_RC_OK);
   }
-  const ProviderLock lock;
+  const MutexLock lock(drvMutex());
   if (SsdProvider* provider = drvProvider) {
     prepare(*provider);
     __drv_cleanup();

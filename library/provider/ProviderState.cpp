@@ -1,8 +1,7 @@
 #include "provider/ProviderState.h"
 
 #include <cstdio>
-
-#include <pthread.h>
+#include <new>
 
 #include "log/Log.h"
 #include "provider/SsdProvider.h"
@@ -13,28 +12,29 @@ std::int32_t use_count = 0;
 
 namespace {
 
-pthread_mutex_t drvMutex;
+/// Where CONSTRUCTOR makes the lock, and DESTRUCTOR destroys it.
+alignas(Mutex) unsigned char drvMutexMemory[sizeof(Mutex)];
 
 /// Before every static object of the library: the device manager's constructor already logs.
 __attribute__((constructor(101))) void CONSTRUCTOR() {
   std::fputs("CONSTRUCTOR\n", stderr);
-  pthread_mutex_init(&drvMutex, nullptr);
+  new (drvMutexMemory) Mutex;
   use_count = 0;
 }
 
 /// Without a priority, which would move it behind the destructors of the static objects.
 __attribute__((destructor)) void DESTRUCTOR() {
   std::fputs("DESTRUCTOR\n", stderr);
-  pthread_mutex_destroy(&drvMutex);
+  drvMutex().~Mutex();
 }
 
 }  // namespace
 
-bool lockProvider() { return pthread_mutex_lock(&drvMutex) == 0; }
+Mutex& drvMutex() { return *std::launder(reinterpret_cast<Mutex*>(drvMutexMemory)); }
 
-void __drv_synch() { (void)lockProvider(); }
+void __drv_synch() { drvMutex().lock(); }
 
-void __drv_unsynch() { pthread_mutex_unlock(&drvMutex); }
+void __drv_unsynch() { drvMutex().unlock(); }
 
 void __incrUseCount() { ++use_count; }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "base/Export.h"
+#include "base/Mutex.h"
 
 class SsdProvider;
 
@@ -20,9 +21,12 @@ extern std::atomic<bool> drvProviderReady;
 /// MIs handed out and not cleaned up yet. Under the provider lock.
 extern std::int32_t use_count;
 
+/// The provider lock. It is there from the library's first moment at load to its first at unload.
+[[nodiscard]] Mutex& drvMutex();
+
 /// Take and release the provider lock.
-VEKSSD_EXPORT void __drv_synch();
-VEKSSD_EXPORT void __drv_unsynch();
+VEKSSD_EXPORT void __drv_synch() VEKSSD_ACQUIRE(drvMutex());
+VEKSSD_EXPORT void __drv_unsynch() VEKSSD_RELEASE(drvMutex());
 
 /// Count an MI in or out; with the provider lock held.
 VEKSSD_EXPORT void __incrUseCount();
@@ -30,22 +34,3 @@ VEKSSD_EXPORT void __decrUseCount();
 
 /// Counts an MI out and deletes the provider after the last one; with the provider lock held.
 VEKSSD_EXPORT void __drv_cleanup();
-
-/// Takes the provider lock as well; false where the system refuses it.
-[[nodiscard]] bool lockProvider();
-
-/// Holds the provider lock for the life of a scope, unless it was refused.
-class ProviderLock {
- public:
-  ProviderLock() : held_(lockProvider()) {}
-  ~ProviderLock() {
-    if (held_) {
-      __drv_unsynch();
-    }
-  }
-  ProviderLock(const ProviderLock&) = delete;
-  ProviderLock& operator=(const ProviderLock&) = delete;
-
- private:
-  const bool held_;
-};

@@ -52,7 +52,7 @@ int __wrap_pthread_rwlock_init(pthread_rwlock_t* lock, const pthread_rwlockattr_
 TEST(LocksThatCouldNotBeInitialised, AMutexIsUsable) {
   Uninitialised<Mutex> mutex;
   for (int i = 0; i < 2; ++i) {
-    ASSERT_TRUE((*mutex).lock());
+    (*mutex).lock();
     (*mutex).unlock();
   }
 }
@@ -60,11 +60,11 @@ TEST(LocksThatCouldNotBeInitialised, AMutexIsUsable) {
 TEST(LocksThatCouldNotBeInitialised, ASharedMutexIsUsable) {
   Uninitialised<SharedMutex> shared;
   for (int i = 0; i < 2; ++i) {
-    ASSERT_TRUE((*shared).lockShared());
-    ASSERT_TRUE((*shared).lockShared());
+    (*shared).lockShared();
+    (*shared).lockShared();
     (*shared).unlock();
     (*shared).unlock();
-    ASSERT_TRUE((*shared).lock());
+    (*shared).lock();
     (*shared).unlock();
   }
 }

@@ -3,9 +3,7 @@
 #include <atomic>
 #include <cerrno>
 #include <future>
-#include <memory>
 #include <thread>
-#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -17,28 +15,11 @@ namespace {
 
 class Locks : public testing::Test {
  protected:
-  /// Whether `own` makes another thread wait that asks for the same.
-  template <typename Guard, typename Lock>
-  static bool keepsOthersOut(Lock& lock, std::unique_ptr<Guard> own) {
-    FakeThreads::watchMutexes(&lock, sizeof lock);
-    const std::size_t before = FakeThreads::contended();
-    std::atomic<bool> entered{false};
-    std::thread other([&] {
-      const Guard guard(lock);
-      entered = true;
-    });
-    while (FakeThreads::contended() == before && !entered) {
-      std::this_thread::yield();
-    }
-    const bool kept = !entered;
-    own.reset();
-    other.join();
-    return kept;
-  }
-
   Mutex mutex_;
   SharedMutex shared_;
 };
+
+using LocksDeath = Locks;
 
 }  // namespace
 
@@ -92,16 +73,25 @@ TEST_F(Locks, AWriterWaitsForTheReaders) {
   writer.join();
 }
 
-TEST_F(Locks, AMutexThatWasRefusedIsNotGivenBack) {
-  auto own = std::make_unique<MutexLock>(mutex_);
-  FakeThreads::refuseNextLock(EAGAIN);
-  { const MutexLock refused(mutex_); }
-  EXPECT_TRUE(keepsOthersOut(mutex_, std::move(own)));
+// Going on without a lock would be worse for the process than its end.
+
+TEST_F(LocksDeath, ARefusedMutexEndsTheProcess) {
+  const auto meetRefusal = [this] {
+    FakeThreads::refuseNextLock(EAGAIN);
+    mutex_.lock();
+  };
+  EXPECT_DEATH(meetRefusal(), "base/Mutex\\.h:[0-9]+: lock: Assertion `pthread_mutex_lock' failed");
 }
 
-TEST_F(Locks, OneThatItsWriterIsRefusedAgainIsNotGivenBack) {
-  auto own = std::make_unique<WriterLock>(shared_);
-  { const WriterLock refused(shared_); }
-  { const ReaderLock refused(shared_); }
-  EXPECT_TRUE(keepsOthersOut(shared_, std::move(own)));
+TEST_F(LocksDeath, AWriterThatWaitsForItselfEndsTheProcess) {
+  const auto writeTwice = [this] {
+    shared_.lock();
+    shared_.lock();
+  };
+  const auto writeAndRead = [this] {
+    shared_.lock();
+    shared_.lockShared();
+  };
+  EXPECT_DEATH(writeTwice(), "lock: Assertion `pthread_rwlock_wrlock' failed");
+  EXPECT_DEATH(writeAndRead(), "lockShared: Assertion `pthread_rwlock_rdlock' failed");
 }

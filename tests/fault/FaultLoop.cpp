@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include "tests/fault/Clock.h"
-#include "tests/fault/Locks.h"
 #include "tests/fault/Records.h"
 
 namespace fault {
@@ -167,7 +166,6 @@ Round run(const Scenario& scenario, const Plan& plan,
   }
   round.losses.close();
   round.log = records(till);
-  round.wrongReleases = wrongReleases.exchange(0);
   alarm(0);
   return round;
 }

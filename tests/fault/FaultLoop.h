@@ -33,7 +33,6 @@ struct Round {
   bool unloaded = false;
   std::vector<std::string> log;  ///< all records, without what differs from run to run
   std::size_t logged[2] = {};    ///< how many of them were there before and after calls failed
-  unsigned wrongReleases = 0;    ///< of locks that weren't held
   std::vector<std::string> brokerCalls;  ///< by slot, while calls failed
   std::vector<std::string> violations;   ///< of what a broker may expect
   Losses losses;

@@ -1,14 +1,11 @@
 // pthread_mutex_* and pthread_rwlock_* of the library under test.
 
-#include <array>
 #include <atomic>
-#include <cerrno>
 
 #include <dlfcn.h>
 #include <pthread.h>
 
 #include "tests/fault/Calls.h"
-#include "tests/fault/Locks.h"
 
 namespace {
 
@@ -42,59 +39,15 @@ int failureOf(fault::Call call) {
   return failure ? failure->number : 0;
 }
 
-// ---- What the library's threads hold: one that was refused a lock must not give it back, for it
-// may be another's.
-
-constexpr std::size_t kMostHeld = 16;
-thread_local std::array<const void*, kMostHeld> held = {};
-
-void take(const void* lock) {
-  for (const void*& place : held) {
-    if (place == nullptr) {
-      place = lock;
-      return;
-    }
-  }
-}
-
-/// Whether the calling thread holds the lock, and no longer does.
-bool giveBack(const void* lock) {
-  for (const void*& place : held) {
-    if (place == lock) {
-      place = nullptr;
-      return true;
-    }
-  }
-  ++fault::wrongReleases;
-  return false;
-}
-
 template <typename Lock>
 int locked(fault::Call call, Lock* lock, const char* name, std::atomic<LockCall<Lock*>>& known) {
-  if (const int error = failureOf(call)) {
-    return error;
-  }
-  const int result = system(name, known, lock);
-  if (result == 0) {
-    take(lock);
-  }
-  return result;
-}
-
-template <typename Lock>
-int unlocked(fault::Call call, Lock* lock, const char* name, std::atomic<LockCall<Lock*>>& known) {
-  if (!giveBack(lock)) {
-    return EPERM;
-  }
-  // Refused for a lock that isn't held; this one was, so it is given back all the same.
-  const int result = system(name, known, lock);
   const int error = failureOf(call);
-  return error != 0 ? error : result;
+  return error != 0 ? error : system(name, known, lock);
 }
 
-/// The lock is gone, whatever it answers.
+/// The lock is given back, or gone, whatever it answers.
 template <typename Lock>
-int destroyed(fault::Call call, Lock* lock, const char* name, std::atomic<LockCall<Lock*>>& known) {
+int ended(fault::Call call, Lock* lock, const char* name, std::atomic<LockCall<Lock*>>& known) {
   const int result = system(name, known, lock);
   const int error = failureOf(call);
   return error != 0 ? error : result;
@@ -121,13 +74,13 @@ FAULT_VISIBLE int pthread_mutex_lock(pthread_mutex_t* lock) {
 
 FAULT_VISIBLE int pthread_mutex_unlock(pthread_mutex_t* lock) {
   return FAULT_CALLED_BY_LIBRARY()
-             ? unlocked(fault::Call::kMutexUnlock, lock, "pthread_mutex_unlock", systemUnlock)
+             ? ended(fault::Call::kMutexUnlock, lock, "pthread_mutex_unlock", systemUnlock)
              : system("pthread_mutex_unlock", systemUnlock, lock);
 }
 
 FAULT_VISIBLE int pthread_mutex_destroy(pthread_mutex_t* lock) {
   return FAULT_CALLED_BY_LIBRARY()
-             ? destroyed(fault::Call::kMutexDestroy, lock, "pthread_mutex_destroy", systemDestroy)
+             ? ended(fault::Call::kMutexDestroy, lock, "pthread_mutex_destroy", systemDestroy)
              : system("pthread_mutex_destroy", systemDestroy, lock);
 }
 
@@ -154,14 +107,14 @@ FAULT_VISIBLE int pthread_rwlock_wrlock(pthread_rwlock_t* lock) {
 }
 
 FAULT_VISIBLE int pthread_rwlock_unlock(pthread_rwlock_t* lock) {
-  return FAULT_CALLED_BY_LIBRARY() ? unlocked(fault::Call::kReadWriteUnlock, lock,
-                                              "pthread_rwlock_unlock", systemRwUnlock)
-                                   : system("pthread_rwlock_unlock", systemRwUnlock, lock);
+  return FAULT_CALLED_BY_LIBRARY()
+             ? ended(fault::Call::kReadWriteUnlock, lock, "pthread_rwlock_unlock", systemRwUnlock)
+             : system("pthread_rwlock_unlock", systemRwUnlock, lock);
 }
 
 FAULT_VISIBLE int pthread_rwlock_destroy(pthread_rwlock_t* lock) {
-  return FAULT_CALLED_BY_LIBRARY() ? destroyed(fault::Call::kReadWriteDestroy, lock,
-                                               "pthread_rwlock_destroy", systemRwDestroy)
+  return FAULT_CALLED_BY_LIBRARY() ? ended(fault::Call::kReadWriteDestroy, lock,
+                                           "pthread_rwlock_destroy", systemRwDestroy)
                                    : system("pthread_rwlock_destroy", systemRwDestroy, lock);
 }
 
