@@ -5,6 +5,8 @@
 
 #include <unistd.h>
 
+#include "base/NoCancellation.h"
+
 /// The owner of one file descriptor; closes it when it goes. `errno` is left as it was, so that the
 /// cause of a failure survives the clean-up after it.
 class UniqueFd {
@@ -25,6 +27,7 @@ class UniqueFd {
 
   void reset() noexcept {
     if (isOpen()) {
+      const NoCancellation untilClosed;
       const int error = errno;
       ::close(release());
       errno = error;

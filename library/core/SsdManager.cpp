@@ -3,14 +3,13 @@
 #include <array>
 #include <cassert>
 #include <cstdio>
-#include <memory>
 #include <new>
 #include <string_view>
 
-#include <dirent.h>
 #include <glob.h>
 #include <unistd.h>
 
+#include "base/UniqueDirectory.h"
 #include "base/WideView.h"
 #include "core/SsdDevice.h"
 #include "device/BiosVersion.h"
@@ -23,10 +22,6 @@ constexpr char kBlockDevicesPath[] = "/sys/block/";
 constexpr char kDevicesPath[] = "/dev/";
 /// Controllers 0 to 9, never their namespaces.
 constexpr char kNvmeControllerPattern[] = "/dev/nvme[0-9]";
-
-struct DirectoryCloser {
-  void operator()(DIR* directory) const { closedir(directory); }
-};
 
 bool isDiskName(const std::string& name) { return name.compare(0, 2, "sd") == 0; }
 
@@ -66,7 +61,7 @@ SSD_CODE SsdManager::initialise() {
   if (!BiosVersion::getBiosVersion(_biosVersion)) {
     return SSD_NO_BIOS_VERSION;
   }
-  std::unique_ptr<DIR, DirectoryCloser> blockDevices(opendir(kBlockDevicesPath));
+  UniqueDirectory blockDevices(opendir(kBlockDevicesPath));
   if (blockDevices == nullptr) {
     return SSD_NO_SYSFS_BLOCK;
   }
