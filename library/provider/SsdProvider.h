@@ -106,7 +106,7 @@ class SsdProvider : public ISsdListener {
 
   bool initialised = false;
   const CMPIBroker* broker = nullptr;
-  [[maybe_unused]] std::int32_t reserved = 0;
+  std::int32_t reserved = 0;
   std::int32_t activeIndSubscriptions = 0;
   std::atomic<bool> indicationsEnabled{false};
   /// Prepared once for the indication threads; a starting one shares it until it has its own.
