@@ -1,107 +1,82 @@
 #include "tests/schema/ObjectManager.h"
 
 #include <algorithm>
-#include <regex>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 namespace {
 
-std::string between(const std::string& text, const std::string& start, const std::string& end) {
-  const std::size_t from = text.find(start);
-  if (from == std::string::npos) {
-    return "";
-  }
-  const std::size_t first = from + start.size();
-  const std::size_t to = text.find(end, first);
-  return to == std::string::npos ? "" : text.substr(first, to - first);
+std::string text(const pugi::xml_node& node, unsigned format = pugi::format_raw) {
+  std::ostringstream out;
+  node.print(out, "", format | pugi::format_no_declaration);
+  return out.str();
 }
 
-std::string element(const std::string& tag, const std::string& attributes,
-                    const std::string& content) {
-  return "<" + tag + attributes + ">" + content + "</" + tag + ">";
+void refuse(pugi::xml_node reply, int code, const char* description) {
+  pugi::xml_node error = reply.append_child("ERROR");
+  error.append_attribute("CODE") = code;
+  error.append_attribute("DESCRIPTION") = description;
 }
 
-std::string key(const std::string& name, const std::string& content) {
-  return element("KEYBINDING", " NAME=\"" + name + "\"", content);
+pugi::xml_node parameter(const pugi::xml_node& call, const char* name) {
+  return call.find_child_by_attribute("IPARAMVALUE", "NAME", name);
 }
 
-std::string textKey(const std::string& name, const std::string& text) {
-  return key(name, element("KEYVALUE", " VALUETYPE=\"string\"", text));
-}
-
-std::string errorTag(int code, const std::string& description) {
-  return "<ERROR CODE=\"" + std::to_string(code) + "\" DESCRIPTION=\"" + description + "\"/>";
-}
-
-// Every tag is closed by its own kind, the last first.
-bool wellFormed(const std::string& xml) {
-  std::vector<std::string> open;
-  const std::regex tag(R"(<(/?)([A-Za-z.]+)([^<>]*?)(/?)>)");
-  for (std::sregex_iterator at(xml.begin(), xml.end(), tag), end; at != end; ++at) {
-    if ((*at)[1].length() == 0) {
-      if ((*at)[4].length() == 0) {
-        open.push_back((*at)[2]);
-      }
-    } else if (open.empty() || open.back() != (*at)[2]) {
-      return false;
-    } else {
-      open.pop_back();
-    }
-  }
-  const std::string rest = std::regex_replace(xml, tag, "");
-  return open.empty() && rest.find('@') == std::string::npos;
-}
-
-std::string namespaceOf(const std::string& body) {
-  const std::string path = between(body, "<LOCALNAMESPACEPATH>", "</LOCALNAMESPACEPATH>");
+std::string namespaceOf(const pugi::xml_node& call) {
   std::string name;
-  const std::regex part("<NAMESPACE NAME=\"([^\"]*)\"/>");
-  for (std::sregex_iterator at(path.begin(), path.end(), part), end; at != end; ++at) {
-    name += (name.empty() ? "" : "/") + (*at)[1].str();
+  for (const pugi::xml_node& part : call.child("LOCALNAMESPACEPATH")) {
+    name += (name.empty() ? "" : "/") + std::string(part.attribute("NAME").value());
   }
   return name;
 }
 
-// The content of a property; of a reference, the instance that it names.
-std::string property(const std::string& body, const std::string& name) {
-  const std::string from = body.substr(std::min(body.find("NAME=\"" + name + "\""), body.size()));
-  return between(from, "<VALUE>", "</VALUE>");
+// The class that a call is about, in whichever of its ways it says so.
+std::string classOf(const pugi::xml_node& call) {
+  const pugi::xml_node said = call.find_node([](const pugi::xml_node& node) {
+    return node.attribute("CLASSNAME") || std::string(node.name()) == "CLASSNAME";
+  });
+  return said.attribute(said.attribute("CLASSNAME") ? "CLASSNAME" : "NAME").value();
 }
 
-std::string reference(const std::string& body, const std::string& name) {
-  const std::string from = body.substr(std::min(body.find("NAME=\"" + name + "\""), body.size()));
-  return between(from, "<VALUE.REFERENCE>", "</VALUE.REFERENCE>");
+pugi::xml_node property(const pugi::xml_node& instance, const char* name) {
+  return instance.find_child_by_attribute("NAME", name).first_child();
+}
+
+void addKey(pugi::xml_node instanceName, const char* name, const std::string& value) {
+  pugi::xml_node key = instanceName.append_child("KEYBINDING");
+  key.append_attribute("NAME") = name;
+  pugi::xml_node keyValue = key.append_child("KEYVALUE");
+  keyValue.append_attribute("VALUETYPE") = "string";
+  keyValue.text() = value.c_str();
+}
+
+void addReference(pugi::xml_node instanceName, const char* name, const pugi::xml_node& value) {
+  pugi::xml_node key = instanceName.append_child("KEYBINDING");
+  key.append_attribute("NAME") = name;
+  key.append_copy(value);
 }
 
 }  // namespace
 
 ObjectManager::ObjectManager(std::string interopNamespace, Layout layout)
     : interop_(std::move(interopNamespace)), layout_(layout) {
-  listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  auto* generic = reinterpret_cast<sockaddr*>(&address);
-  if (listener_ < 0 || bind(listener_, generic, length) != 0 || listen(listener_, 8) != 0 ||
-      getsockname(listener_, generic, &length) != 0) {
+  server_.Post("/cimom", [this](const httplib::Request& request, httplib::Response& response) {
+    serve(request, response);
+  });
+  port_ = server_.bind_to_any_port("127.0.0.1");
+  if (port_ < 0) {
     throw std::runtime_error("cannot listen on the loopback");
   }
-  port_ = ntohs(address.sin_port);
-  thread_ = std::thread([this] { serve(); });
+  thread_ = std::thread([this] { server_.listen_after_bind(); });
+  while (!server_.is_running()) {
+    std::this_thread::yield();
+  }
 }
 
 ObjectManager::~ObjectManager() {
-  stopping_ = true;
-  shutdown(listener_, SHUT_RDWR);
+  server_.stop();
   thread_.join();
-  close(listener_);
 }
 
 std::string ObjectManager::url() const { return "http://127.0.0.1:" + std::to_string(port_); }
@@ -122,79 +97,85 @@ std::vector<std::string> ObjectManager::complaints() const {
   return complaints_;
 }
 
-void ObjectManager::serve() {
-  while (!stopping_) {
-    const int connection = accept(listener_, nullptr, nullptr);
-    if (connection >= 0) {
-      serveOne(connection);
-      close(connection);
-    }
-  }
-}
-
-void ObjectManager::serveOne(int connection) {
-  std::string request;
-  char buffer[4096];
-  const auto receive = [&] {
-    const ssize_t size = recv(connection, buffer, sizeof buffer, 0);
-    request.append(buffer, size > 0 ? static_cast<std::size_t>(size) : 0);
-    return size > 0;
-  };
-  std::size_t headEnd = 0;
-  while ((headEnd = request.find("\r\n\r\n")) == std::string::npos) {
-    if (!receive()) {
-      return;
-    }
-  }
-  const std::string head = request.substr(0, headEnd + 2);
-  const std::size_t size = headEnd + 4 + std::stoul(between(head, "Content-Length: ", "\r"));
-  while (request.size() < size && receive()) {
-  }
-  std::string body = answer(head, request.substr(headEnd + 4));
-  if (layout_ == Layout::kLineForEachTag) {
-    body = std::regex_replace(body, std::regex("><"), ">\n<");
-  }
-  const std::string reply =
-      "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: " + std::to_string(body.size()) +
-      "\r\n\r\n" + body;
-  (void)send(connection, reply.data(), reply.size(), MSG_NOSIGNAL);
-}
-
-std::string ObjectManager::answer(const std::string& head, const std::string& body) {
+void ObjectManager::meanwhile(const std::string& method, const std::string& className,
+                              std::function<void()> action) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  const std::string method = between(body, "<IMETHODCALL NAME=\"", "\"");
-  const auto want = [&](bool right, const std::string& what) {
-    if (!right) {
-      complaints_.push_back(method + ": " + what);
-    }
-  };
-  want(head.find("POST /cimom HTTP/1.1\r\n") == 0, "not posted to /cimom");
-  want(between(head, "CIMOperation: ", "\r") == "MethodCall", "CIMOperation");
-  want(between(head, "CIMMethod: ", "\r") == method, "CIMMethod is not the call's");
-  want(between(head, "CIMObject: ", "\r") == namespaceOf(body), "CIMObject is not the namespace");
-  want(between(head, "Content-Type: ", "\r") == "application/xml; charset=\"utf-8\"",
-       "Content-Type");
-  want(wellFormed(body), "malformed: " + body);
-  const std::string result =
-      namespaceOf(body) == interop_ ? perform(method, body) : errorTag(3, "no such namespace");
-  return "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n" +
-         element("CIM", " CIMVERSION=\"2.0\" DTDVERSION=\"2.0\"",
-                 element("MESSAGE", " ID=\"1\" PROTOCOLVERSION=\"1.0\"",
-                         element("SIMPLERSP", "",
-                                 element("IMETHODRESPONSE", " NAME=\"" + method + "\"", result))));
+  awaited_ = method + " " + className;
+  action_ = std::move(action);
 }
 
-std::string ObjectManager::perform(const std::string& method, const std::string& body) {
-  if (method == "CreateInstance") {
-    return create(body);
+void ObjectManager::forgetIndicationClass() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  classForgotten_ = true;
+}
+
+void ObjectManager::letOthersAct(const std::string& method, const std::string& className) {
+  std::function<void()> action;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (method + " " + className == awaited_) {
+      action.swap(action_);
+      awaited_.clear();
+    }
   }
-  if (method == "EnumerateInstanceNames") {
-    return list(body);
+  if (action) {
+    action();
   }
-  if (method == "DeleteInstance") {
-    return remove(body);
+}
+
+void ObjectManager::serve(const httplib::Request& request, httplib::Response& response) {
+  pugi::xml_document document;
+  document.load_string(request.body.c_str());
+  const pugi::xml_node call =
+      document.child("CIM").child("MESSAGE").child("SIMPLEREQ").child("IMETHODCALL");
+  const std::string method = call.attribute("NAME").value();
+  letOthersAct(method, classOf(call));
+
+  pugi::xml_document answer;
+  pugi::xml_node reply = answer.append_child("CIM")
+                             .append_child("MESSAGE")
+                             .append_child("SIMPLERSP")
+                             .append_child("IMETHODRESPONSE");
+  reply.append_attribute("NAME") = method.c_str();
+  const std::lock_guard<std::mutex> lock(mutex_);
+  judge(request, call);
+  perform(call, reply, request.body);
+  const bool oneLine = layout_ == Layout::kOneLine;
+  response.set_content("<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n" +
+                           text(answer, oneLine ? pugi::format_raw : pugi::format_indent),
+                       "application/xml");
+}
+
+void ObjectManager::judge(const httplib::Request& request, const pugi::xml_node& call) {
+  const std::string method = call.attribute("NAME").value();
+  const auto want = [&](const char* header, const std::string& value) {
+    if (request.get_header_value(header) != value) {
+      complaints_.push_back(method + ": " + header);
+    }
+  };
+  want("CIMOperation", "MethodCall");
+  want("CIMMethod", method);
+  want("CIMObject", namespaceOf(call));
+  want("Content-Type", "application/xml; charset=\"utf-8\"");
+  if (!call || request.body.find('@') != std::string::npos) {
+    complaints_.push_back("malformed: " + request.body);
   }
-  return errorTag(7, "not supported");
+}
+
+void ObjectManager::perform(const pugi::xml_node& call, pugi::xml_node reply,
+                            const std::string& body) {
+  const std::string method = call.attribute("NAME").value();
+  if (namespaceOf(call) != interop_) {
+    refuse(reply, 3, "no such namespace");
+  } else if (method == "CreateInstance") {
+    create(call, reply, body);
+  } else if (method == "EnumerateInstanceNames") {
+    list(call, reply);
+  } else if (method == "DeleteInstance") {
+    remove(call, reply);
+  } else {
+    refuse(reply, 7, "not supported");
+  }
 }
 
 bool ObjectManager::holds(const std::string& instanceName) const {
@@ -202,52 +183,59 @@ bool ObjectManager::holds(const std::string& instanceName) const {
                      [&](const Held& one) { return one.instanceName == instanceName; });
 }
 
-std::string ObjectManager::create(const std::string& body) {
-  const std::string className = between(body, "<INSTANCE CLASSNAME=\"", "\"");
-  std::string keys;
+void ObjectManager::create(const pugi::xml_node& call, pugi::xml_node reply,
+                           const std::string& body) {
+  const pugi::xml_node instance = parameter(call, "NewInstance").child("INSTANCE");
+  const std::string className = instance.attribute("CLASSNAME").value();
+  pugi::xml_document made;
+  pugi::xml_node name = made.append_child("INSTANCENAME");
+  name.append_attribute("CLASSNAME") = className.c_str();
   if (className == "CIM_IndicationSubscription") {
-    const std::string filter = reference(body, "Filter");
-    const std::string handler = reference(body, "Handler");
-    if (!holds(filter) || !holds(handler)) {
-      return errorTag(4, "a reference to nothing");
+    for (const char* end : {"Filter", "Handler"}) {
+      const pugi::xml_node reference = property(instance, end);
+      if (!holds(text(reference.first_child()))) {
+        refuse(reply, 6, "Filter or Handler not found");
+        return;
+      }
+      addReference(name, end, reference);
     }
-    keys = key("Filter", element("VALUE.REFERENCE", "", filter)) +
-           key("Handler", element("VALUE.REFERENCE", "", handler));
   } else {
-    keys = textKey("SystemCreationClassName", "CIM_ComputerSystem") +
-           textKey("SystemName", "till.example") + textKey("CreationClassName", className) +
-           textKey("Name", property(body, "Name"));
+    addKey(name, "SystemCreationClassName", "CIM_ComputerSystem");
+    addKey(name, "SystemName", "till.example");
+    addKey(name, "CreationClassName", className);
+    addKey(name, "Name", property(instance, "Name").text().get());
   }
-  const std::string name = element("INSTANCENAME", " CLASSNAME=\"" + className + "\"", keys);
-  if (holds(name)) {
-    return errorTag(11, "already exists");
+  if (holds(text(name))) {
+    refuse(reply, 11, "already exists");
+    return;
   }
-  held_.push_back({className, name, body});
-  return element("IRETURNVALUE", "", name);
+  held_.push_back({className, text(name), body});
+  reply.append_child("IRETURNVALUE").append_copy(name);
 }
 
-std::string ObjectManager::list(const std::string& body) const {
-  std::string names;
+void ObjectManager::list(const pugi::xml_node& call, pugi::xml_node reply) const {
+  pugi::xml_node names = reply.append_child("IRETURNVALUE");
   for (const Held& one : held_) {
-    if (one.className == between(body, "<CLASSNAME NAME=\"", "\"")) {
-      names += one.instanceName;
+    if (one.className == classOf(call)) {
+      names.append_buffer(one.instanceName.data(), one.instanceName.size());
     }
   }
-  return names.empty() ? "<IRETURNVALUE/>" : element("IRETURNVALUE", "", names);
 }
 
-std::string ObjectManager::remove(const std::string& body) {
-  const std::string name = between(body, "<IPARAMVALUE NAME=\"InstanceName\">", "</IPARAMVALUE>");
+void ObjectManager::remove(const pugi::xml_node& call, pugi::xml_node reply) {
+  const std::string name = text(parameter(call, "InstanceName").first_child());
   const auto found = std::find_if(held_.begin(), held_.end(),
                                   [&](const Held& one) { return one.instanceName == name; });
-  if (found == held_.end()) {
-    return errorTag(6, "not found");
+  if (found == held_.end() ||
+      (classForgotten_ && found->className == "CIM_IndicationSubscription")) {
+    refuse(reply, 6, "not found");
+    return;
   }
   for (const Held& one : held_) {
     if (one.instanceName != name && one.instanceName.find(name) != std::string::npos) {
-      return errorTag(1, "a subscription refers to it");
+      refuse(reply, 1, "Filter in use");
+      return;
     }
   }
   held_.erase(found);
-  return "";
 }

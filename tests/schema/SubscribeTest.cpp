@@ -129,10 +129,64 @@ TEST_P(Subscribe, ExplainsWhatTheServerRefuses) {
   EXPECT_THAT(outcome.output, HasSubstr("refused with CIM error 3: no such namespace"));
 }
 
+TEST_F(SubscribeScript, AListenerThatAnotherCallHasRemovedIsRemoved) {
+  ObjectManager manager("root/interop");
+  EXPECT_EQ(ask(manager, "create http://one:5990").exitCode, 0);
+  for (const char* className :
+       {"CIM_IndicationSubscription", "CIM_ListenerDestinationCIMXML", "CIM_IndicationFilter"}) {
+    EXPECT_EQ(ask(manager, "create http://two:5990").exitCode, 0);
+    manager.meanwhile("DeleteInstance", className,
+                      [&] { EXPECT_EQ(ask(manager, "remove").exitCode, 0); });
+    const Outcome outcome = ask(manager, "remove http://two:5990");
+    EXPECT_EQ(outcome.exitCode, 0) << className;
+    EXPECT_EQ(outcome.output, "removed: http://two:5990\n") << className;
+    EXPECT_THAT(manager.held(), IsEmpty()) << className;
+  }
+}
+
+TEST_F(SubscribeScript, AFilterThatAnotherCallHasTakenIntoUseStays) {
+  ObjectManager manager("root/interop");
+  EXPECT_EQ(ask(manager, "create http://one:5990").exitCode, 0);
+  manager.meanwhile("DeleteInstance", "CIM_IndicationFilter",
+                    [&] { EXPECT_EQ(ask(manager, "create http://two:5990").exitCode, 0); });
+  EXPECT_EQ(ask(manager, "remove http://one:5990").output, "removed: http://one:5990\n");
+  EXPECT_EQ(ask(manager, "list").output, "http://two:5990\n");
+}
+
+TEST_F(SubscribeScript, WhatAnotherCallRemovesWhileItIsCreatedIsCreatedAgain) {
+  ObjectManager manager("root/interop");
+  for (const char* request : {"EnumerateInstanceNames CIM_IndicationFilter",
+                              "EnumerateInstanceNames CIM_ListenerDestinationCIMXML",
+                              "CreateInstance CIM_IndicationSubscription"}) {
+    EXPECT_EQ(ask(manager, "create http://two:5990").exitCode, 0);
+    const std::string words = request;
+    const std::size_t blank = words.find(' ');
+    manager.meanwhile(words.substr(0, blank), words.substr(blank + 1),
+                      [&] { EXPECT_EQ(ask(manager, "remove").exitCode, 0); });
+    const Outcome outcome = ask(manager, "-n root/interop create http://one:5990");
+    EXPECT_EQ(outcome.output, "subscribed: http://one:5990\n") << request;
+    EXPECT_EQ(ask(manager, "list").output, "http://one:5990\n") << request;
+  }
+}
+
+TEST_F(SubscribeScript, SaysInOneLineWhatTheIndicationsClassIsNeededFor) {
+  ObjectManager manager("root/interop");
+  EXPECT_EQ(ask(manager, "create 'http://one:5990/?a=1&b=2'").exitCode, 0);
+  manager.forgetIndicationClass();
+  for (const char* arguments : {"remove", "remove 'http://one:5990/?a=1&b=2'"}) {
+    const Outcome outcome = ask(manager, arguments);
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.output, "subscribe: " + manager.url() +
+                                  " cannot delete the subscription of http://one:5990/?a=1&b=2 "
+                                  "without the indication's class: run 'ssddrv-register install', "
+                                  "then remove again\n");
+  }
+}
+
 TEST_F(SubscribeScript, SaysThatNobodyAnswers) {
   std::string url;
   {
-    ObjectManager gone("root/interop", ObjectManager::Layout::kOneLine);
+    ObjectManager gone("root/interop");
     url = gone.url();
   }
   const Outcome outcome = run("-s " + url + " list");
@@ -141,7 +195,7 @@ TEST_F(SubscribeScript, SaysThatNobodyAnswers) {
 }
 
 TEST_F(SubscribeScript, RemovingAnUnknownListenerFails) {
-  ObjectManager manager("root/interop", ObjectManager::Layout::kOneLine);
+  ObjectManager manager("root/interop");
   const Outcome outcome = ask(manager, "remove http://nobody:1");
   EXPECT_EQ(outcome.exitCode, 1);
   EXPECT_EQ(outcome.output, "subscribe: no subscription delivers to http://nobody:1\n");
@@ -157,7 +211,7 @@ TEST_F(SubscribeScript, WrongUsageIsAnsweredWithTheUsage) {
 }
 
 TEST_F(SubscribeScript, LeavesNoTemporaryFiles) {
-  ObjectManager manager("root/interop", ObjectManager::Layout::kOneLine);
+  ObjectManager manager("root/interop");
   EXPECT_EQ(ask(manager, "create http://one:5990").exitCode, 0);
   const std::string look = "test -z \"$(ls -A '" + home_.path() + "')\"";
   EXPECT_EQ(std::system(look.c_str()), 0);
