@@ -1,4 +1,4 @@
-#include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -13,6 +13,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 constexpr const char* kSchema = SCHEMA_DIRECTORY;
 
@@ -20,6 +21,15 @@ std::string stageCall() {
   return std::string("sfcbstage -n root/cimv2 -r ") + kSchema + "/vekssdprov.reg " + kSchema +
          "/KAV_SSDLifeMonitor.mof";
 }
+
+std::string buildCall(const Till& till) {
+  return "sfcbrepos -f -r " + till.root() + "/sfcb/registration.new";
+}
+
+const std::string kInterop = "sfcb/registration/repository/root/interop/";
+const std::string kClass = "classes/KAV_SSDLifeMonitor";
+const Till::Subscription kOurs{"vekssdprov:failure-imminent", "vekssdprov:http://collector:5990/"};
+const Till::Subscription kOther{"backup:wear", "backup:1"};
 
 std::string linkTarget(const std::string& path) {
   char target[4096];
@@ -43,6 +53,15 @@ class Register : public testing::Test {
     EXPECT_EQ(outcome.exitCode, exitCode);
   }
 
+  // The schema of another version: one property more.
+  void changeSchema() {
+    std::filesystem::copy(kSchema, till_.root() + "/schema");
+    std::string mof = till_.read("schema/KAV_SSDLifeMonitor.mof");
+    mof.insert(mof.find("   string DriveModel;"), "   string Newcomer;\n");
+    till_.write("schema/KAV_SSDLifeMonitor.mof", mof);
+    till_.setSchema(till_.root() + "/schema");
+  }
+
   Till till_;
 };
 
@@ -62,7 +81,7 @@ TEST_F(Register, AnythingButTheThreeTasksIsWrongUsage) {
 }
 
 TEST_F(Register, AMissingSchemaIsAnErrorOfTheInstallation) {
-  setenv("SCHEMA_ELSEWHERE", "/nonexistent", 1);
+  till_.setSchema("/nonexistent");
   const Till::Outcome outcome = till_.registerProvider("install");
   EXPECT_EQ(outcome.exitCode, 1);
   EXPECT_EQ(outcome.errors, "ssddrv-register: no schema in /nonexistent\n");
@@ -88,13 +107,17 @@ TEST_F(Register, TellsOfBothManagersInOneLine) {
 
 class RegisterWithSfcb : public Register {
  protected:
+  static constexpr const char* kStaged =
+      "staged for sfcb: stop it, run 'ssddrv-register install' again and start it "
+      "('sfcbrepos -f -i' instead drops all its stored subscriptions)";
+
   RegisterWithSfcb() { till_.installSfcb(); }
 };
 
 TEST_F(RegisterWithSfcb, AStoppedSfcbIsLeftStopped) {
   till_.installSystemd();
   expectLine("install", "registered with sfcb");
-  EXPECT_THAT(till_.takeCalls(), ElementsAre(stageCall(), "sfcbrepos -f"));
+  EXPECT_THAT(till_.takeCalls(), ElementsAre(stageCall(), buildCall(till_)));
   EXPECT_FALSE(till_.exists("sfcb.running"));
 }
 
@@ -106,7 +129,7 @@ TEST_F(RegisterWithSfcb, TheRepositoryIsBuiltWhileARunningSfcbIsStopped) {
     till.set("sfcb.running");
     EXPECT_EQ(till.registerProvider("install").output, "ssddrv-register: registered with sfcb\n");
     EXPECT_THAT(till.takeCalls(),
-                ElementsAre(stageCall(), std::string("systemctl stop ") + unit, "sfcbrepos -f",
+                ElementsAre(stageCall(), std::string("systemctl stop ") + unit, buildCall(till),
                             std::string("systemctl start ") + unit));
     EXPECT_TRUE(till.exists("sfcb.running"));
   }
@@ -114,23 +137,37 @@ TEST_F(RegisterWithSfcb, TheRepositoryIsBuiltWhileARunningSfcbIsStopped) {
 
 TEST_F(RegisterWithSfcb, OneThatNobodyCanStopIsOnlyStagedFor) {
   till_.set("sfcb.running");
-  expectLine("install", "staged for sfcb: stop it, run 'sfcbrepos -f -i' and start it again");
+  expectLine("install", kStaged);
   EXPECT_THAT(till_.takeCalls(), ElementsAre(stageCall()));
   expectStatus(1, "not registered with sfcb");
+  till_.clear("sfcb.running");
+  expectLine("install", "registered with sfcb");
+}
+
+TEST_F(RegisterWithSfcb, ANewSchemaThatIsOnlyStagedIsNotTakenForRegistered) {
+  expectLine("install", "registered with sfcb");
+  changeSchema();
+  till_.set("sfcb.running");
+  expectLine("install", kStaged);
+  expectLine("install", kStaged);
+  till_.clear("sfcb.running");
+  expectLine("install", "registered with sfcb");
+}
+
+TEST_F(RegisterWithSfcb, OneThatNobodyCanStopIsOnlyUnstaged) {
+  expectLine("install", "registered with sfcb");
+  till_.set("sfcb.running");
+  expectLine("remove",
+             "unstaged from sfcb: stop it, run 'sfcbrepos -f -i', which drops all its stored "
+             "subscriptions, and start it again");
 }
 
 TEST_F(RegisterWithSfcb, OneThatWillNotStopIsOnlyStagedFor) {
   till_.installSystemd();
   till_.set("sfcb.running");
   till_.set("sfcb.unstoppable");
-  expectLine("install", "staged for sfcb: stop it, run 'sfcbrepos -f -i' and start it again");
+  expectLine("install", kStaged);
   EXPECT_TRUE(till_.exists("sfcb.running"));
-}
-
-TEST_F(RegisterWithSfcb, StoredSubscriptionsAreForgottenOnlyWhereSfcbInsistsAndItIsSaid) {
-  till_.set("sfcb.subscriptions");
-  expectLine("install", "registered with sfcb, which has forgotten its stored subscriptions");
-  EXPECT_THAT(till_.takeCalls(), ElementsAre(stageCall(), "sfcbrepos -f", "sfcbrepos -f -i"));
 }
 
 TEST_F(RegisterWithSfcb, ASecondTimeChangesNothing) {
@@ -140,10 +177,61 @@ TEST_F(RegisterWithSfcb, ASecondTimeChangesNothing) {
   EXPECT_THAT(till_.takeCalls(), IsEmpty());
 }
 
-TEST_F(RegisterWithSfcb, ANewSchemaIsStagedAgain) {
+TEST_F(RegisterWithSfcb, ANewSchemaIsBuiltAndStoredSubscriptionsStay) {
   expectLine("install", "registered with sfcb");
-  till_.write("sfcb/stage/mofs/root/cimv2/KAV_SSDLifeMonitor.mof", "class Old {};\n");
+  till_.storeInSfcb(kOurs);
+  till_.storeInSfcb(kOther);
+  const std::string subscriptions = till_.read(kInterop + "cim_indicationsubscription.idx");
+  changeSchema();
   expectLine("install", "registered with sfcb");
+  EXPECT_THAT(till_.read("sfcb/stage/mofs/root/cimv2/KAV_SSDLifeMonitor.mof"),
+              HasSubstr("Newcomer"));
+  EXPECT_EQ(till_.read(kInterop + "cim_indicationsubscription.idx"), subscriptions);
+  EXPECT_EQ(till_.read(kInterop + "cim_indicationsubscription"), "datadata");
+  EXPECT_TRUE(till_.exists(kInterop + "cim_indicationfilter.idx"));
+  EXPECT_TRUE(till_.exists(kInterop + "cim_listenerdestinationcimxml.idx"));
+  expectLine("install", "registered with sfcb already, restart it to load a new version");
+}
+
+TEST_F(RegisterWithSfcb, WhatComesFromTheStageIsNotReplacedByWhatWasStored) {
+  expectLine("install", "registered with sfcb");
+  for (const char* name : {"qualifiers.idx", "sfcb_registeredprofile.idx"}) {
+    till_.write(kInterop + name, "of an older stage\n");
+  }
+  changeSchema();
+  expectLine("install", "registered with sfcb");
+  EXPECT_EQ(till_.read(kInterop + "qualifiers.idx"), "of the stage\n");
+  EXPECT_EQ(till_.read(kInterop + "sfcb_registeredprofile.idx"), "of the stage\n");
+}
+
+TEST_F(RegisterWithSfcb, ARepositoryThatCannotBeBuiltLeavesTheOldOne) {
+  expectLine("install", "registered with sfcb");
+  till_.storeInSfcb(kOurs);
+  changeSchema();
+  till_.set("sfcb.broken");
+  expectLine("install", "sfcb could not build its repository (bad qualifier)");
+  EXPECT_TRUE(till_.exists(kInterop + "cim_indicationsubscription.idx"));
+  EXPECT_FALSE(till_.exists("sfcb/registration.new"));
+  expectStatus(0, "registered with sfcb");
+  till_.clear("sfcb.broken");
+  expectLine("install", "registered with sfcb");
+}
+
+TEST_F(RegisterWithSfcb, RemovingTakesItsSubscriptionsAndNobodyElses) {
+  expectLine("install", "registered with sfcb");
+  till_.storeInSfcb(kOurs);
+  expectLine("remove", "no longer registered with sfcb");
+  for (const char* name :
+       {"cim_indicationsubscription", "cim_indicationfilter", "cim_listenerdestinationcimxml"}) {
+    EXPECT_FALSE(till_.exists(kInterop + name)) << name;
+    EXPECT_FALSE(till_.exists(kInterop + name + ".idx")) << name;
+  }
+  expectLine("install", "registered with sfcb");
+  till_.storeInSfcb(kOther);
+  const std::string others = till_.read(kInterop + "cim_indicationsubscription.idx");
+  till_.storeInSfcb(kOurs);
+  expectLine("remove", "no longer registered with sfcb");
+  EXPECT_EQ(till_.read(kInterop + "cim_indicationsubscription.idx"), others);
 }
 
 TEST_F(RegisterWithSfcb, RemovingTakesStageAndRegistrationBack) {
@@ -154,8 +242,9 @@ TEST_F(RegisterWithSfcb, RemovingTakesStageAndRegistrationBack) {
   expectLine("remove", "no longer registered with sfcb");
   EXPECT_THAT(till_.takeCalls(),
               ElementsAre("sfcbunstage -n root/cimv2 -r vekssdprov.reg KAV_SSDLifeMonitor.mof",
-                          "systemctl stop sfcb", "sfcbrepos -f", "systemctl start sfcb"));
+                          "systemctl stop sfcb", buildCall(till_), "systemctl start sfcb"));
   EXPECT_FALSE(till_.exists("sfcb/stage/regs/vekssdprov.reg"));
+  EXPECT_FALSE(till_.exists("sfcb/registration/repository/root/cimv2/qualifiers"));
   expectStatus(1, "not registered with sfcb");
   expectLine("remove", "was not registered with sfcb");
 }
@@ -219,15 +308,18 @@ class RegisterWithPegasus : public Register {
  protected:
   RegisterWithPegasus() { till_.installPegasus(); }
 
-  static std::string compile(const std::string& nameSpace, const std::string& file) {
-    return "cimmof -n " + nameSpace + " " + kSchema + "/" + file;
+  static std::string compileClasses() {
+    return std::string("cimmof -uc -aEV -n root/cimv2 ") + kSchema + "/KAV_SSDLifeMonitor.mof";
+  }
+  static std::string compileRegistration(const std::string& interop) {
+    return "cimmof -n " + interop + " " + kSchema + "/vekssdprov-pegasus.mof";
   }
 };
 
 TEST_F(RegisterWithPegasus, TheClassesComeFirstThenTheRegistration) {
   expectLine("install", "registered with OpenPegasus");
-  EXPECT_THAT(till_.takeCalls(), ElementsAre(compile("root/cimv2", "KAV_SSDLifeMonitor.mof"),
-                                             compile("root/PG_InterOp", "vekssdprov-pegasus.mof")));
+  EXPECT_THAT(till_.takeCalls(),
+              ElementsAre(compileClasses(), compileRegistration("root/PG_InterOp")));
   expectStatus(0, "registered with OpenPegasus (OK)");
 }
 
@@ -236,8 +328,7 @@ TEST_F(RegisterWithPegasus, TheInteropNamespaceIsTheServers) {
     Till till;
     till.installPegasus(name);
     till.registerProvider("install");
-    EXPECT_THAT(till.takeCalls(), ElementsAre(compile("root/cimv2", "KAV_SSDLifeMonitor.mof"),
-                                              compile(name, "vekssdprov-pegasus.mof")));
+    EXPECT_THAT(till.takeCalls(), ElementsAre(compileClasses(), compileRegistration(name)));
   }
 }
 
@@ -254,9 +345,49 @@ TEST_F(RegisterWithPegasus, ANewVersionReplacesTheOldRegistrationAndItsAgent) {
   expectLine("install", "registered with OpenPegasus");
   till_.takeCalls();
   expectLine("install", "registered with OpenPegasus");
-  EXPECT_THAT(till_.takeCalls(), ElementsAre("cimprovider -r -m SsdProviderModule",
-                                             compile("root/cimv2", "KAV_SSDLifeMonitor.mof"),
-                                             compile("root/PG_InterOp", "vekssdprov-pegasus.mof")));
+  EXPECT_THAT(till_.takeCalls(),
+              ElementsAre("cimprovider -r -m SsdProviderModule", compileClasses(),
+                          compileRegistration("root/PG_InterOp")));
+}
+
+TEST_F(RegisterWithPegasus, ANewSchemaReplacesTheOldClasses) {
+  expectLine("install", "registered with OpenPegasus");
+  changeSchema();
+  expectLine("install", "registered with OpenPegasus");
+  EXPECT_THAT(till_.read(kClass), HasSubstr("Newcomer"));
+  till_.setSchema(kSchema);
+  expectLine("install", "registered with OpenPegasus");
+  EXPECT_THAT(till_.read(kClass), Not(HasSubstr("Newcomer")));
+}
+
+TEST_F(RegisterWithPegasus, AClassThatItKeepsAllTheSameIsTold) {
+  expectLine("install", "registered with OpenPegasus");
+  changeSchema();
+  till_.command("cimmof", "echo 'Warning: the class already exists'");
+  expectLine("install",
+             "OpenPegasus did not take the registration (it keeps another class "
+             "KAV_SSDLifeMonitor)");
+}
+
+TEST_F(RegisterWithPegasus, RemovingUnsubscribesFirst) {
+  expectLine("install", "registered with OpenPegasus");
+  till_.storeInPegasus(kOurs);
+  expectLine("remove", "no longer registered with OpenPegasus");
+  EXPECT_EQ(till_.read("instances"), "");
+  EXPECT_FALSE(till_.exists(kClass));
+}
+
+TEST_F(RegisterWithPegasus, TheIndicationsClassStaysForOthersThatSubscribeToIt) {
+  expectLine("install", "registered with OpenPegasus");
+  till_.storeInPegasus(kOther);
+  const std::string others = till_.read("instances");
+  till_.storeInPegasus(kOurs);
+  expectLine("remove",
+             "no longer registered with OpenPegasus but for class "
+             "KAV_SSDLifeMonitorFailureImminent, to which others subscribe");
+  EXPECT_EQ(till_.read("instances"), others);
+  EXPECT_FALSE(till_.exists(kClass));
+  EXPECT_TRUE(till_.exists(kClass + "FailureImminent"));
 }
 
 TEST_F(RegisterWithPegasus, RemovingTakesModuleAndClasses) {

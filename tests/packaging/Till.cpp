@@ -1,10 +1,12 @@
 #include "tests/packaging/Till.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -13,27 +15,10 @@
 namespace {
 
 // What ssddrv-register itself needs of a system.
-constexpr const char* kTools[] = {"cat",    "cmp", "cp",  "dirname",  "grep", "head", "ln", "mkdir",
-                                  "mktemp", "rm",  "sed", "readlink", "sh",   "tail", "tr"};
+constexpr const char* kTools[] = {"awk",  "cat", "cmp",   "cp",     "dirname", "find", "grep",
+                                  "head", "ln",  "mkdir", "mktemp", "mv",      "rm",   "readlink",
+                                  "sed",  "sh",  "sort",  "tail",   "tr"};
 
-// Stage and repository are directories; the repository is only built while sfcb is stopped.
-constexpr const char* kSfcbStage = R"sh(
-[ ! -e "$TILL/sfcb.unwilling" ] || { echo "stage: no space left"; exit 1; }
-mkdir -p "$TILL/sfcb/stage/regs" "$TILL/sfcb/stage/mofs/$2"
-cp "$4" "$TILL/sfcb/stage/regs"
-cp "$5" "$TILL/sfcb/stage/mofs/$2"
-)sh";
-constexpr const char* kSfcbUnstage = R"sh(
-rm "$TILL/sfcb/stage/regs/$4" "$TILL/sfcb/stage/mofs/$2/$5"
-)sh";
-constexpr const char* kSfcbRepos = R"sh(
-[ ! -e "$TILL/sfcb.running" ] || { echo "sfcb is running"; exit 1; }
-[ ! -e "$TILL/sfcb.broken" ] || { echo; echo "bad qualifier"; echo; exit 1; }
-[ ! -e "$TILL/sfcb.subscriptions" ] || [ "$2" = -i ] || { echo "bad property name"; exit 1; }
-rm -f "$TILL/sfcb.subscriptions"
-mkdir -p "$TILL/sfcb/registration"
-cat "$TILL/sfcb/stage/regs/"* >"$TILL/sfcb/registration/providerRegister" 2>/dev/null || true
-)sh";
 constexpr const char* kPidof = R"sh([ "$1" = sfcbd ] && [ -e "$TILL/sfcb.running" ])sh";
 constexpr const char* kSystemctl = R"sh(
 unit=$(cat "$TILL/unit")
@@ -49,30 +34,33 @@ esac
 constexpr const char* kServerUp =
     R"sh([ ! -e "$TILL/pegasus.down" ] || { echo "cannot connect"; exit 1; }
 )sh";
-constexpr const char* kCimprovider = R"sh(
-case $1 in
-  -l)
-    echo "MODULE                        STATUS"
-    echo "OperatingSystemModule         OK"
-    [ ! -e "$TILL/pegasus.module" ] || echo "SsdProviderModule             OK"
-    ;;
-  -r) rm "$TILL/pegasus.module" ;;
-esac
-)sh";
-constexpr const char* kCimmof = R"sh(
-[ ! -e "$TILL/pegasus.unwilling" ] || { echo "Parsing error: line 3"; exit 1; }
-case $2 in
-  root/cimv2) : >"$TILL/pegasus.class" ;;
-  *) [ -e "$TILL/pegasus.class" ] && : >"$TILL/pegasus.module" ;;
-esac
-)sh";
-constexpr const char* kCimcli = R"sh(
-case $1 in
-  gc) [ "$4" = "$(cat "$TILL/interop")" ] ;;
-  dc) rm -f "$TILL/pegasus.class" ;;
-esac
-)sh";
-constexpr const char* kCimconfig = R"sh(echo "Current value: $(cat "$TILL/providerDir")")sh";
+
+// The stand-in of this name, as the rest of a script.
+std::string standIn(const std::string& name) { return ". '" STAND_INS "/" + name + "'\n"; }
+
+// An entry of an index of sfcb 1.3.11: its own length, that of the key, the key, size and place of
+// data.
+std::string indexed(const std::string& key) {
+  const std::string rest = " " + std::to_string(key.size()) + " " + key + " 1424 0\r\n";
+  return std::to_string(rest.size() + 3) + rest;
+}
+
+std::string sfcbKey(const std::string& className, const std::string& name) {
+  return "creationclassname=\"" + className + "\",name=\"" + name +
+         "\",systemcreationclassname=\"CIM_ComputerSystem\",systemname=\"till\"";
+}
+
+std::string pegasusPath(const std::string& className, const std::string& name) {
+  return className + ".CreationClassName=\"" + className + "\",Name=\"" + name +
+         "\",SystemCreationClassName=\"CIM_ComputerSystem\",SystemName=\"till\"";
+}
+
+std::string quoted(std::string text) {
+  for (std::size_t at = text.find('"'); at != std::string::npos; at = text.find('"', at + 2)) {
+    text.insert(at, 1, '\\');
+  }
+  return '"' + text + '"';
+}
 
 std::string contentOf(const std::string& path) {
   std::ifstream file(path);
@@ -80,8 +68,8 @@ std::string contentOf(const std::string& path) {
 }
 
 bool isQuestion(const std::string& call) {
-  for (const char* start :
-       {"pidof", "systemctl is-active", "cimprovider -l", "cimcli gc", "cimconfig"}) {
+  for (const char* start : {"pidof", "systemctl is-active", "cimprovider -l", "cimcli gc",
+                            "cimcli ni", "cimcli ei", "cimconfig"}) {
     if (call.find(start) == 0) {
       return true;
     }
@@ -106,19 +94,47 @@ Till::Till() {
 }
 
 void Till::installSfcb() {
-  command("sfcbstage", kSfcbStage);
-  command("sfcbunstage", kSfcbUnstage);
-  command("sfcbrepos", kSfcbRepos);
+  for (const char* name : {"sfcbstage", "sfcbunstage", "sfcbrepos"}) {
+    command(name, standIn(std::string("sfcb/") + name));
+  }
   command("pidof", kPidof);
 }
 
 void Till::installPegasus(const std::string& interopNamespace) {
   write("interop", interopNamespace);
   write("providerDir", root() + "/providers");
-  command("cimprovider", kServerUp + std::string(kCimprovider));
-  command("cimmof", kServerUp + std::string(kCimmof));
-  command("cimcli", kServerUp + std::string(kCimcli));
-  command("cimconfig", kServerUp + std::string(kCimconfig));
+  for (const char* name : {"cimprovider", "cimmof", "cimcli", "cimconfig"}) {
+    command(name, kServerUp + standIn(std::string("pegasus/") + name));
+  }
+}
+
+void Till::storeInSfcb(const Subscription& subscription) {
+  const std::string interop = "sfcb/registration/repository/root/interop";
+  std::filesystem::create_directories(root() + "/" + interop);
+  const std::string filter = sfcbKey("CIM_IndicationFilter", subscription.filter);
+  const std::string handler = sfcbKey("CIM_ListenerDestinationCIMXML", subscription.handler);
+  const auto store = [&](const std::string& className, const std::string& key) {
+    for (const auto& [file, text] :
+         {std::pair(className, std::string("data")), std::pair(className + ".idx", indexed(key))}) {
+      std::ofstream(root() + "/" + interop + "/" + file, std::ios::app) << text;
+    }
+  };
+  store("cim_indicationfilter", filter);
+  store("cim_listenerdestinationcimxml", handler);
+  store("cim_indicationsubscription", "filter=root/interop:cim_indicationfilter." + filter +
+                                          ",handler=root/interop:cim_listenerdestinationcimxml." +
+                                          handler);
+}
+
+void Till::storeInPegasus(const Subscription& subscription) {
+  const std::string interop = read("interop") + ":";
+  const std::string filter = pegasusPath("CIM_IndicationFilter", subscription.filter);
+  const std::string handler = pegasusPath("CIM_ListenerDestinationCIMXML", subscription.handler);
+  std::ofstream(root() + "/instances", std::ios::app)
+      << filter << "|SELECT * FROM KAV_SSDLifeMonitorFailureImminent\n"
+      << handler << "|\n"
+      << "CIM_IndicationSubscription.Filter=" << quoted(interop + filter)
+      << ",Handler=" << quoted(interop + handler) << "|\n";
 }
 
 void Till::installSystemd(const std::string& unit) {
@@ -151,9 +167,9 @@ Till::Outcome Till::registerProvider(const std::string& arguments) {
   const std::string command =
       "env -i TILL='" + root() + "' PATH='" + root() + "/bin' TMPDIR='" + root() +
       "/tmp' SFCB_CONFIG='" + root() + "/sfcb.cfg' PEGASUS_HOME='" + root() +
-      "/pegasus' SSDDRV_LIBRARY=/usr/lib/libvekssdprov.so.0 " +
-      "SSDDRV_SCHEMA_DIR=\"${SCHEMA_ELSEWHERE:-" SCHEMA_DIRECTORY "}\" " + REGISTER_SCRIPT " " +
-      arguments + " >'" + root() + "/output' 2>'" + root() + "/errors' </dev/null";
+      "/pegasus' SSDDRV_LIBRARY=/usr/lib/libvekssdprov.so.0 " + "SSDDRV_SCHEMA_DIR='" + schema_ +
+      "' " + REGISTER_SCRIPT " " + arguments + " >'" + root() + "/output' 2>'" + root() +
+      "/errors' </dev/null";
   const int status = std::system(command.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("output"), read("errors")};
 }

@@ -6,7 +6,8 @@
 #include "tests/support/TempDir.h"
 
 // A till with the object managers that a test gives it: commands of their names, on a PATH of its
-// own, that behave as the real ones were seen to and write down how they were called.
+// own, that behave as the real ones were seen to (each says so in its file in sfcb/ or pegasus/)
+// and write down how they were called.
 class Till {
  public:
   Till();
@@ -16,6 +17,17 @@ class Till {
 
   // A service manager that knows sfcb as this unit.
   void installSystemd(const std::string& unit = "sfcb");
+
+  // A subscription to our indications, by the names of its filter and its handler.
+  struct Subscription {
+    std::string filter;
+    std::string handler;
+  };
+  void storeInSfcb(const Subscription& subscription);
+  void storeInPegasus(const Subscription& subscription);
+
+  // The schema to register, instead of the project's.
+  void setSchema(const std::string& directory) { schema_ = directory; }
 
   // A command that behaves like this shell script, instead of what is there.
   void command(const std::string& name, const std::string& script);
@@ -43,4 +55,5 @@ class Till {
 
  private:
   const testkit::TempDir root_;
+  std::string schema_ = SCHEMA_DIRECTORY;
 };
