@@ -9,6 +9,7 @@
 
 #include "base/KeyValueFile.h"
 #include "base/UniqueFile.h"
+#include "config/ModelsFileKey.h"
 #include "log/Log.h"
 
 namespace {
@@ -97,6 +98,8 @@ void Config::readIniFile() {
                                    [name](const Key& known) { return known.name == name; });
     if (key != kKeys.end()) {
       key->set(this->*key->setting, value);
+    } else if (name == kModelsFileKey) {
+      setModelsFile(modelsFile, value);
     }
   });
 }

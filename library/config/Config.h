@@ -1,8 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
-/// The six settings of /etc/ssddrv/ssddrv.ini. Read once, on first use, and never again: a change
+/// The settings of /etc/ssddrv/ssddrv.ini. Read once, on first use, and never again: a change
 /// of the file takes effect in a new process. A missing file or a bad value leaves the default.
 ///
 /// The first use must come before the library starts a thread; from then on any thread may read.
@@ -23,6 +24,8 @@ class Config {
   [[nodiscard]] std::uint64_t getDebugTraceAttributes() const { return debugTraceAttributes; }
   /// 1: the log pages read are dumped to the log.
   [[nodiscard]] std::uint64_t getDebugTraceLogs() const { return debugTraceLogs; }
+  /// The file that says where further models keep their wear; empty: there is none.
+  [[nodiscard]] const std::string& getModelsFile() const { return modelsFile; }
 
  private:
   Config();
@@ -35,4 +38,5 @@ class Config {
   std::uint64_t debugIndications = 0;
   std::uint64_t debugTraceAttributes = 0;
   std::uint64_t debugTraceLogs = 0;
+  std::string modelsFile;
 };

@@ -19,7 +19,7 @@ SSD_CODE SsdApi::initialiseSsdDriver() {
   Log(LOG_LEVEL_TRACE, "API: SsdApi::initialiseSsdDriver, init=%x", init);
   SSD_CODE code = SSD_SUCCESS;
   if (!init) {
-    Config::GetInstance();
+    ssdManager.setModelsFile(Config::GetInstance()->getModelsFile());
     code = ssdManager.initialise();
     init = code == SSD_SUCCESS;
   }

@@ -3,6 +3,7 @@
 #include "base/WideView.h"
 #include "config/Config.h"
 #include "device/SmartIo.h"
+#include "device/WearAttributeAlgo.h"
 #include "log/Log.h"
 
 SsdDevice::SsdDevice() {
@@ -21,7 +22,8 @@ SsdDevice::~SsdDevice() {
 }
 
 bool SsdDevice::initialise(const IdentifyData& identify, const std::string& physicalDrive,
-                           const std::string& devPath, ISsdDeviceListener* listener) {
+                           const std::string& devPath, ISsdDeviceListener* listener,
+                           const ModelTable& models) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat"  // "0x%08p": log scrapers match on the doubled "0x"
   Log(LOG_LEVEL_TRACE, "SsdDevice::initialise - drive %s devPath %s, listener=0x%08p",
@@ -39,7 +41,7 @@ bool SsdDevice::initialise(const IdentifyData& identify, const std::string& phys
     return false;
   }
   _supportedModels = makeSupportedModels();
-  chooseAlgorithm(identify.identifySource);
+  chooseAlgorithm(identify.identifySource, models);
   getSsdData();
   if (!_pollingThread.initialise(this)) {
     LogQuick(LOG_LEVEL_ERROR, "SsdDevice::initialise - Polling Thread did not start");
@@ -49,13 +51,16 @@ bool SsdDevice::initialise(const IdentifyData& identify, const std::string& phys
   return true;
 }
 
-void SsdDevice::chooseAlgorithm(std::uint32_t identifySource) {
+void SsdDevice::chooseAlgorithm(std::uint32_t identifySource, const ModelTable& models) {
   _ssdAlgorithm = findAlgorithm(*_supportedModels, _model);
   if (_ssdAlgorithm != nullptr) {
     Log(LOG_LEVEL_DEBUG,
         "SsdDevice::initialise - found supported model %ls in supported models list",
         WideView(_model).text());
     _percentageUsedSource = _ssdAlgorithm->getPercentageUsedSource();
+    return;
+  }
+  if ((identifySource & IDENTIFIED_BY_ATA) != 0 && chooseRow(models)) {
     return;
   }
   _percentageUsedSource = STANDARD_STATISTIC;
@@ -69,6 +74,32 @@ void SsdDevice::chooseAlgorithm(std::uint32_t identifySource) {
       WideView(_model).text());
   _ssdAlgorithm = findAlgorithm(*_supportedModels, kDefaultAtaModel);
   LogQuick(LOG_LEVEL_DEBUG, "using defult ata spec SSD Statistics Log algo as backup");
+}
+
+/// Whether a row of the models file says how this drive is read, instead of the default row.
+bool SsdDevice::chooseRow(const ModelTable& models) {
+  const ModelRow* row = models.find(_model, _firmwareVersion);
+  if (row == nullptr) {
+    return false;
+  }
+  if (!row->wear.beforeStatistics && hasStandardStatistic()) {
+    Log(LOG_LEVEL_DEBUG,
+        "SsdDevice::initialise - line %u of the models file isn't needed: %s has statistics",
+        row->line, _devPath.c_str());
+    return false;
+  }
+  _supportedModels->push_back(std::make_unique<SsdModel>(
+      SsdModel{row->model, std::make_unique<WearAttributeAlgo>(row->wear)}));
+  _ssdAlgorithm = _supportedModels->back()->algorithm.get();
+  _percentageUsedSource = _ssdAlgorithm->getPercentageUsedSource();
+  Log(LOG_LEVEL_DEBUG, "SsdDevice::initialise - %s is read by line %u of the models file",
+      _devPath.c_str(), row->line);
+  return true;
+}
+
+bool SsdDevice::hasStandardStatistic() const {
+  SsdValues values;
+  return SmartIo::getSsdDeviceStatisticsLogData(_devPath, values) && values.isStandardStatistic;
 }
 
 void SsdDevice::getSsdData() {

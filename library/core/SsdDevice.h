@@ -7,6 +7,7 @@
 
 #include "base/Mutex.h"
 #include "core/ISsdDeviceListener.h"
+#include "core/ModelTable.h"
 #include "core/PollingThread.h"
 #include "core/SsdInformation.h"
 #include "core/SupportedModels.h"
@@ -26,10 +27,12 @@ class SsdDevice {
 
   /// Takes over the drive's identity, enables SMART on an ATA drive, chooses the algorithm, reads
   /// the drive once on this thread (which may already report it) and starts the polling thread.
+  /// `models` says where drives of further models keep their wear; it is not needed afterwards.
   /// `listener` must outlive the device. After false the device must not be deleted: the caller
   /// leaves it alone.
   [[nodiscard]] bool initialise(const IdentifyData& identify, const std::string& physicalDrive,
-                                const std::string& devPath, ISsdDeviceListener* listener);
+                                const std::string& devPath, ISsdDeviceListener* listener,
+                                const ModelTable& models = {});
 
   /// Reads the drive once, keeps what it says and reports what has to be. A failed reading changes
   /// nothing.
@@ -58,7 +61,9 @@ class SsdDevice {
   /// Of the one report in a device's life. Two threads may find it due at the same time.
   enum class Report : std::uint8_t { kDue, kBeingSent, kSent };
 
-  void chooseAlgorithm(std::uint32_t identifySource);
+  void chooseAlgorithm(std::uint32_t identifySource, const ModelTable& models);
+  [[nodiscard]] bool chooseRow(const ModelTable& models);
+  [[nodiscard]] bool hasStandardStatistic() const;
   [[nodiscard]] bool isFailing(std::uint8_t percentageUsed) const;
 
   bool _enabled = true;

@@ -11,6 +11,7 @@
 
 #include "base/UniqueDirectory.h"
 #include "base/WideView.h"
+#include "core/ModelsFile.h"
 #include "core/SsdDevice.h"
 #include "device/BiosVersion.h"
 #include "device/SmartIo.h"
@@ -65,8 +66,9 @@ SSD_CODE SsdManager::initialise() {
   if (blockDevices == nullptr) {
     return SSD_NO_SYSFS_BLOCK;
   }
+  const ModelTable models = readModelsFile(_modelsFile);
   while (const dirent* entry = readdir(blockDevices.get())) {
-    scanBlockDevice(entry->d_name);
+    scanBlockDevice(entry->d_name, models);
   }
   blockDevices.reset();
   scanNVMeDevice();
@@ -77,7 +79,7 @@ SSD_CODE SsdManager::initialise() {
 }
 
 /// A drive for which there is no memory is left out.
-void SsdManager::scanBlockDevice(const char* entryName) try {
+void SsdManager::scanBlockDevice(const char* entryName, const ModelTable& models) try {
   const std::string name = entryName;
   if (!isDiskName(name) || !isFixedDisk(name)) {
     return;
@@ -88,7 +90,7 @@ void SsdManager::scanBlockDevice(const char* entryName) try {
   if (!SmartIo::getIdentifyData(devPath, identify) || !identify.nonRotating) {
     return;
   }
-  if (!addSsdDevice(identify, name, devPath)) {
+  if (!addSsdDevice(identify, name, devPath, models)) {
     Log(LOG_LEVEL_ERROR, "SsdManager::initialise - failed to add SSD Device %s to list",
         name.c_str());
   }
@@ -125,7 +127,7 @@ void SsdManager::scanNVMeController(const char* node) try {
 }
 
 bool SsdManager::addSsdDevice(const IdentifyData& identify, const std::string& physicalDrive,
-                              const std::string& devPath) {
+                              const std::string& devPath, const ModelTable& models) {
   // Before there is a device: one that couldn't be listed any more would be lost, and its thread
   // never joined.
   _ssdDeviceList.reserveOneMore();
@@ -134,7 +136,7 @@ bool SsdManager::addSsdDevice(const IdentifyData& identify, const std::string& p
     logShortage();
     return false;
   }
-  if (!device->initialise(identify, physicalDrive, devPath, this)) {
+  if (!device->initialise(identify, physicalDrive, devPath, this, models)) {
     return false;  // neither listed nor deleted: the listener may have heard of it
   }
   _ssdDeviceList.add(device);

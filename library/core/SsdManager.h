@@ -5,6 +5,7 @@
 #include "base/Mutex.h"
 #include "core/ISsdDeviceListener.h"
 #include "core/ISsdListener.h"
+#include "core/ModelTable.h"
 #include "core/SsdCode.h"
 #include "core/SsdDeviceList.h"
 #include "core/SsdInformation.h"
@@ -21,6 +22,9 @@ class SsdManager : public ISsdDeviceListener {
   ~SsdManager() override;
   SsdManager(const SsdManager&) = delete;
   SsdManager& operator=(const SsdManager&) = delete;
+
+  /// Lets `initialise` read the models file at `path`; empty: none, as at first.
+  void setModelsFile(const std::string& path) { _modelsFile = path; }
 
   /// Finds the SSDs. May be repeated after a failure; after success it ends the process on an
   /// assertion.
@@ -41,14 +45,15 @@ class SsdManager : public ISsdDeviceListener {
 
  private:
   [[nodiscard]] bool addSsdDevice(const IdentifyData& identify, const std::string& physicalDrive,
-                                  const std::string& devPath);
-  void scanBlockDevice(const char* entryName);
+                                  const std::string& devPath, const ModelTable& models = {});
+  void scanBlockDevice(const char* entryName, const ModelTable& models);
   void scanNVMeDevice();
   void scanNVMeController(const char* node);
   void copyDisplayInformation(SsdInformationList& list, int count);
 
   bool init = false;
   std::string _biosVersion;
+  std::string _modelsFile;
   /// Read-held while an event is handed over, so that a listener is never called after it was
   /// replaced. Before the devices, whose threads use it until the last one has been joined.
   SharedMutex _listenerLock;

@@ -115,6 +115,8 @@ bool takePercentage(const Road& road, const std::uint8_t* page, SsdValues& value
       (flags & kFlagSupported) != 0 ? "supported" : "", (flags & kFlagValid) != 0 ? "valid" : "",
       (flags & kFlagNormalized) != 0 ? "normalized" : "");
   values.percentageUsed = page[kPercentageUsedOffset];
+  values.isStandardStatistic = (flags & kFlagSupported) != 0 && (flags & kFlagValid) != 0 &&
+                               values.percentageUsed != kPercentageUnknown;
   return true;
 }
 

@@ -1,21 +1,14 @@
 #include "device/SanDiskAlgo.h"
 
-#include <algorithm>
-
 #include "device/AtaFormat.h"
 #include "device/SmartIo.h"
+#include "device/WearAttribute.h"
 #include "log/Log.h"
 
 namespace {
 
 /// Media wear-out indicator of SanDisk's client SSDs: its normalised value counts up.
 constexpr std::uint8_t kMediaWear = 230;
-
-const SsdAttr* findAttribute(const SsdValues& values, std::uint8_t id) {
-  const auto found = std::find_if(values.attributes.begin(), values.attributes.end(),
-                                  [id](const SsdAttr& attribute) { return attribute.index == id; });
-  return found == values.attributes.end() ? nullptr : &*found;
-}
 
 }  // namespace
 

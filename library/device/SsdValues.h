@@ -19,6 +19,7 @@ struct SsdAttr {
 struct SsdValues {
   std::uint8_t percentageUsed = 0;  ///< of the rated life; may exceed 100; 255: not available
   std::uint64_t poweredOnHours = 0;
-  std::vector<SsdAttr> attributes;  ///< in the drive's order; readers append
-  bool traceAttributes = false;     ///< log every attribute read
+  std::vector<SsdAttr> attributes;   ///< in the drive's order; readers append
+  bool traceAttributes = false;      ///< log every attribute read
+  bool isStandardStatistic = false;  ///< the percentage is one that the drive calls valid
 };

@@ -87,3 +87,14 @@ TEST(UnsignedNumber, IsNoneWithoutDigits) {
     EXPECT_EQ(parseUnsigned(value), std::nullopt) << value;
   }
 }
+
+TEST(Lines, ComeAsTheyStandWithTheirNumbers) {
+  std::string text = "a=1\n\nb";
+  std::FILE* file = fmemopen(text.data(), text.size(), "r");
+  std::vector<std::pair<unsigned, std::string>> lines;
+  readLines(file,
+            [&lines](unsigned number, std::string_view line) { lines.emplace_back(number, line); });
+  std::fclose(file);
+  EXPECT_EQ(lines,
+            (std::vector<std::pair<unsigned, std::string>>{{1, "a=1\n"}, {2, "\n"}, {3, "b"}}));
+}

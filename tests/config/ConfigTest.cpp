@@ -258,3 +258,36 @@ TEST_P(Shortage, CostsNothingButTheCall) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfMemory, Shortage, testing::Range(0, 16));
+
+// ModelsFile: what is no absolute path is ignored like any other bad value.
+
+namespace {
+
+std::string modelsFileOf(const std::string& text) {
+  FakeRoot::instance().write(kSsddrvIni, text);
+  return Config::GetInstance()->getModelsFile();
+}
+
+}  // namespace
+
+TEST(ModelsFileSetting, IsNoneAtFirst) { EXPECT_EQ(modelsFileOf(""), ""); }
+
+TEST(ModelsFileSetting, IsAnAbsolutePath) {
+  EXPECT_EQ(modelsFileOf("ModelsFile=/a b/models.conf\n"), "/a b/models.conf");
+}
+
+TEST(ModelsFileSetting, MayEndInACarriageReturn) {
+  EXPECT_EQ(modelsFileOf("ModelsFile=/models.conf\r\n"), "/models.conf");
+}
+
+TEST(ModelsFileSetting, IsTheLastPath) {
+  EXPECT_EQ(modelsFileOf("ModelsFile=/a\nModelsFile=/b\nModelsFile= /c\nModelsFile=d\n"), "/b");
+}
+
+TEST(ModelsFileSetting, IsTakenBackByNothing) {
+  EXPECT_EQ(modelsFileOf("ModelsFile=/a\nModelsFile=\n"), "");
+}
+
+TEST(ModelsFileSetting, WithoutAValueIsIgnored) {
+  EXPECT_EQ(modelsFileOf("ModelsFile=/a\nModelsFile="), "/a");
+}

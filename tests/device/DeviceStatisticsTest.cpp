@@ -126,8 +126,16 @@ TEST_P(DeviceStatistics, TakeTheValueWhateverItsFlagsWhichAreOnlyLogged) {
     values_.percentageUsed = 0;
     EXPECT_TRUE(read());
     EXPECT_EQ(values_.percentageUsed, 101);
+    EXPECT_EQ(values_.isStandardStatistic, known.flags == 0xC0);
     EXPECT_EQ(takeLog(), directoryLines(8) + pageLines(known.text));
   }
+}
+
+TEST_P(DeviceStatistics, OfAnUnknownPercentageAreNoStandardStatistic) {
+  road().willGiveDirectory(logDirectory({{4, 8}}), kGood);
+  road().willGivePage(statisticsPage(255, 0xC0), kGood);
+  EXPECT_TRUE(read());
+  EXPECT_FALSE(values_.isStandardStatistic);
 }
 
 TEST_P(DeviceStatistics, ListTheLowBytesOfTheDirectorysWords) {

@@ -135,9 +135,13 @@ void willEnableSmart(const std::string& node) {
   kernel().willClose(fd);
 }
 
-void willReadStatistics(const std::string& node, std::uint8_t percentage, std::uint64_t hours) {
+void willReadStatisticsPage(const std::string& node, std::uint8_t percentage, std::uint8_t flags) {
   willReadPage(node, 0x00, 0, logDirectory({{4, 8}}));
-  willReadPage(node, 0x04, 7, statisticsPage(percentage));
+  willReadPage(node, 0x04, 7, statisticsPage(percentage, flags));
+}
+
+void willReadStatistics(const std::string& node, std::uint8_t percentage, std::uint64_t hours) {
+  willReadStatisticsPage(node, percentage);
   willReadAttributes(node, {{9, 100, hours}});
 }
 

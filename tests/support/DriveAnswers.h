@@ -76,6 +76,9 @@ constexpr AdminCommand kReadHealthLog{0x02, 0xFFFFFFFF, 512, 0x007F0002};
 /// The drive is asked to identify itself by ATA.
 void willIdentifyAta(const std::string& node, const AtaIdentity& identity);
 void willEnableSmart(const std::string& node);
+/// Page 7 of the statistics is read through SCSI/ATA translation.
+void willReadStatisticsPage(const std::string& node, std::uint8_t percentage,
+                            std::uint8_t flags = 0xC0);
 /// The statistics algorithm reads a drive through SCSI/ATA translation.
 void willReadStatistics(const std::string& node, std::uint8_t percentage, std::uint64_t hours);
 /// SMART READ DATA.
