@@ -8,7 +8,7 @@ namespace {
 
 using Field = WearValue::Field;
 using Counts = WearValue::Counts;
-using Outcome = WearReading::Outcome;
+using Wear = WearReading::Outcome;
 
 SsdValues drive(std::uint8_t current, std::uint64_t raw) {
   SsdValues values;
@@ -17,17 +17,22 @@ SsdValues drive(std::uint8_t current, std::uint64_t raw) {
 }
 
 WearValue raw(Counts counts, std::uint8_t first = 0, std::uint8_t last = 5) {
-  return {Field::kRaw, counts, first, last};
+  return {Field::kRaw, counts, first, last, 1, 1};
 }
 
-constexpr WearValue kCurrentUsed = {Field::kCurrent, Counts::kUsed};
-constexpr WearValue kCurrentLeft = {Field::kCurrent, Counts::kLeft};
+const WearValue kCurrentUsed = {Field::kCurrent, Counts::kUsed, 0, 5, 1, 1};
+const WearValue kCurrentLeft = {Field::kCurrent, Counts::kLeft, 0, 5, 1, 1};
+
+WearAttribute wearIn(const WearValue& value, const std::optional<WearValue>& twin = {},
+                     std::uint8_t id = 231) {
+  return {id, value, twin, false};
+}
 
 int percentage(const WearAttribute& wear, std::uint8_t current, std::uint64_t rawValue) {
   return readWear(wear, drive(current, rawValue)).percentageUsed;
 }
 
-Outcome outcome(const WearAttribute& wear, std::uint8_t current, std::uint64_t rawValue) {
+Wear outcome(const WearAttribute& wear, std::uint8_t current, std::uint64_t rawValue) {
   return readWear(wear, drive(current, rawValue)).outcome;
 }
 
@@ -40,82 +45,82 @@ class WearAttributeReading : public DeviceTest {
     return takeLog();
   }
 
-  WearAttributeAlgo algorithm_{{231, kCurrentLeft, raw(Counts::kLeft)}};
+  WearAttributeAlgo algorithm_{wearIn(kCurrentLeft, raw(Counts::kLeft))};
   SsdValues values_;
 };
 
 }  // namespace
 
 TEST(WearAttribute, CountsWhatIsUsedOrWhatIsLeft) {
-  EXPECT_EQ(percentage({231, kCurrentUsed}, 7, 0), 7);
-  EXPECT_EQ(percentage({231, kCurrentLeft}, 7, 0), 93);
-  EXPECT_EQ(percentage({231, raw(Counts::kUsed)}, 0, 7), 7);
-  EXPECT_EQ(percentage({231, raw(Counts::kLeft)}, 0, 7), 93);
-  EXPECT_EQ(percentage({231, kCurrentLeft}, 100, 0), 0);
-  EXPECT_EQ(percentage({231, kCurrentLeft}, 1, 0), 99);
-  EXPECT_EQ(percentage({231, raw(Counts::kLeft)}, 100, 0), 100);
+  EXPECT_EQ(percentage(wearIn(kCurrentUsed), 7, 0), 7);
+  EXPECT_EQ(percentage(wearIn(kCurrentLeft), 7, 0), 93);
+  EXPECT_EQ(percentage(wearIn(raw(Counts::kUsed)), 0, 7), 7);
+  EXPECT_EQ(percentage(wearIn(raw(Counts::kLeft)), 0, 7), 93);
+  EXPECT_EQ(percentage(wearIn(kCurrentLeft), 100, 0), 0);
+  EXPECT_EQ(percentage(wearIn(kCurrentLeft), 1, 0), 99);
+  EXPECT_EQ(percentage(wearIn(raw(Counts::kLeft)), 100, 0), 100);
 }
 
 TEST(WearAttribute, CountsSomeBytesOfARawValue) {
   constexpr std::uint64_t kRaw = 0x060504030201;
-  EXPECT_EQ(percentage({231, raw(Counts::kUsed, 0, 0)}, 0, kRaw), 1);
-  EXPECT_EQ(percentage({231, raw(Counts::kUsed, 5, 5)}, 0, kRaw), 6);
+  EXPECT_EQ(percentage(wearIn(raw(Counts::kUsed, 0, 0)), 0, kRaw), 1);
+  EXPECT_EQ(percentage(wearIn(raw(Counts::kUsed, 5, 5)), 0, kRaw), 6);
   WearValue word = raw(Counts::kUsed, 2, 3);
   word.divisor = 100;
-  EXPECT_EQ(percentage({231, word}, 0, kRaw), 0x0403 / 100);
+  EXPECT_EQ(percentage(wearIn(word), 0, kRaw), 0x0403 / 100);
 }
 
 TEST(WearAttribute, IsMultipliedDividedAndRounded) {
   WearValue cycles = raw(Counts::kUsed);
   cycles.divisor = 30;
-  EXPECT_EQ(percentage({231, cycles}, 0, 44), 1);
-  EXPECT_EQ(percentage({231, cycles}, 0, 45), 2);
-  EXPECT_EQ(percentage({231, cycles}, 0, 3014), 100);
-  EXPECT_EQ(percentage({231, cycles}, 0, 3015), 255);
+  EXPECT_EQ(percentage(wearIn(cycles), 0, 44), 1);
+  EXPECT_EQ(percentage(wearIn(cycles), 0, 45), 2);
+  EXPECT_EQ(percentage(wearIn(cycles), 0, 3014), 100);
+  EXPECT_EQ(percentage(wearIn(cycles), 0, 3015), 255);
   WearValue tens = raw(Counts::kUsed);
   tens.multiplier = 10;
-  EXPECT_EQ(percentage({231, tens}, 0, 10), 100);
-  EXPECT_EQ(percentage({231, tens}, 0, 11), 255);
+  EXPECT_EQ(percentage(wearIn(tens), 0, 10), 100);
+  EXPECT_EQ(percentage(wearIn(tens), 0, 11), 255);
 }
 
 TEST(WearAttribute, OutOfRangeIsUnknown) {
   for (const int current : {101, 200, 253, 255}) {
-    EXPECT_EQ(outcome({231, kCurrentUsed}, static_cast<std::uint8_t>(current), 0),
-              Outcome::kOutOfRange);
-    EXPECT_EQ(percentage({231, kCurrentLeft}, static_cast<std::uint8_t>(current), 0), 255);
+    EXPECT_EQ(outcome(wearIn(kCurrentUsed), static_cast<std::uint8_t>(current), 0),
+              Wear::kOutOfRange);
+    EXPECT_EQ(percentage(wearIn(kCurrentLeft), static_cast<std::uint8_t>(current), 0), 255);
   }
   WearValue most = raw(Counts::kUsed);
   most.multiplier = 1000000;
-  EXPECT_EQ(percentage({231, most}, 0, 0xFFFFFFFFFFFF), 255);
-  EXPECT_EQ(percentage({231, raw(Counts::kLeft)}, 0, 101), 255);
+  EXPECT_EQ(percentage(wearIn(most), 0, 0xFFFFFFFFFFFF), 255);
+  EXPECT_EQ(percentage(wearIn(raw(Counts::kLeft)), 0, 101), 255);
 }
 
 // Indilinx and SandForce drives keep 0 in attributes that mean nothing to them.
 TEST(WearAttribute, WithNothingLeftIsBelievedOnlyTwice) {
-  EXPECT_EQ(outcome({231, kCurrentLeft}, 0, 0), Outcome::kOutOfRange);
-  EXPECT_EQ(percentage({231, kCurrentLeft, raw(Counts::kLeft)}, 0, 0), 100);
-  EXPECT_EQ(percentage({231, kCurrentUsed}, 0, 0), 0);
+  EXPECT_EQ(outcome(wearIn(kCurrentLeft), 0, 0), Wear::kOutOfRange);
+  EXPECT_EQ(percentage(wearIn(kCurrentLeft, raw(Counts::kLeft)), 0, 0), 100);
+  EXPECT_EQ(percentage(wearIn(kCurrentUsed), 0, 0), 0);
 }
 
 TEST(WearAttribute, IsBelievedWhileBothValuesAgree) {
-  const WearAttribute bothLeft{231, kCurrentLeft, raw(Counts::kLeft)};
-  const WearAttribute usedAndLeft{231, kCurrentUsed, raw(Counts::kLeft)};
+  const WearAttribute bothLeft = wearIn(kCurrentLeft, raw(Counts::kLeft));
+  const WearAttribute usedAndLeft = wearIn(kCurrentUsed, raw(Counts::kLeft));
   EXPECT_EQ(percentage(bothLeft, 98, 98), 2);
   EXPECT_EQ(percentage(bothLeft, 98, 96), 2);
-  EXPECT_EQ(outcome(bothLeft, 98, 95), Outcome::kDisagreeing);
+  EXPECT_EQ(outcome(bothLeft, 98, 95), Wear::kDisagreeing);
   EXPECT_EQ(percentage(usedAndLeft, 7, 93), 7);
   // One firmware of a model read by the row of the other.
   EXPECT_EQ(percentage(bothLeft, 7, 93), 255);
   EXPECT_EQ(percentage(usedAndLeft, 98, 98), 255);
-  EXPECT_EQ(outcome(bothLeft, 98, 4711), Outcome::kDisagreeing);
+  EXPECT_EQ(outcome(bothLeft, 98, 4711), Wear::kDisagreeing);
 }
 
 TEST(WearAttribute, IsTheFirstOfItsNumber) {
   SsdValues values = drive(98, 0);
   values.attributes.push_back({231, 0, 50, 50, 0});
-  EXPECT_EQ(readWear({231, kCurrentLeft}, values).percentageUsed, 2);
-  EXPECT_EQ(readWear({230, kCurrentLeft}, values).outcome, Outcome::kMissing);
-  EXPECT_EQ(readWear({231, kCurrentLeft}, {}).percentageUsed, 255);
+  EXPECT_EQ(readWear(wearIn(kCurrentLeft), values).percentageUsed, 2);
+  EXPECT_EQ(readWear(wearIn(kCurrentLeft, {}, 230), values).outcome, Wear::kMissing);
+  EXPECT_EQ(readWear(wearIn(kCurrentLeft), {}).percentageUsed, 255);
 }
 
 TEST_F(WearAttributeReading, IsAVendorsWithTheHoursOf9) {

@@ -70,7 +70,8 @@ TEST_P(ManualPage, IsWithoutFaultToTheFormatters) {
 
 INSTANTIATE_TEST_SUITE_P(Of, ManualPage,
                          testing::Values("ssdlife.8", "ssddrv-register.8", "ssddrv.ini.5",
-                                         "ssddrv-log.conf.5", "libvekssdprov.7"));
+                                         "vekssdprov-models.5", "ssddrv-log.conf.5",
+                                         "libvekssdprov.7"));
 
 TEST(Manual, TellsOfEveryCommandOfSsdlife) {
   const std::string text = page("ssdlife.8");
@@ -102,7 +103,8 @@ TEST(Manual, ItsExamplesOfSsdlifeRun) {
   ASSERT_EQ(examples.size(), 3U);
   for (std::string example : examples) {
     const std::string installed = "/usr/share/vekssdprov/machines";
-    example.replace(example.find(installed), installed.size(), PROJECT_DIRECTORY "/simulator/machines");
+    example.replace(example.find(installed), installed.size(),
+                    PROJECT_DIRECTORY "/simulator/machines");
     const ShellOutcome outcome = shell(SSDLIFE " " + example);
     EXPECT_EQ(outcome.exitCode, 0) << example << "\n" << outcome.output;
   }
