@@ -154,13 +154,12 @@ bool SsdDevice::isFailing(std::uint8_t percentageUsed) const {
 }
 
 void SsdDevice::fireSsdDeviceFailureImminent() {
-  if (_ssdDeviceListener == nullptr && _failureImminentFired == Report::kDue) {
+  if (_ssdDeviceListener == nullptr && !_failureImminentFired) {
     LogQuick(LOG_LEVEL_TRACE,
              "SsdDevice::fireSsdFailureImminent - no registered listeners - exiting");
     return;
   }
-  Report due = Report::kDue;
-  if (!_failureImminentFired.compare_exchange_strong(due, Report::kBeingSent)) {
+  if (_failureImminentFired.exchange(true)) {
     LogQuick(
         LOG_LEVEL_TRACE,
         "SsdDevice::fireSsdFailureImminent - already fired one Failure Imminent event - exiting");
@@ -169,10 +168,9 @@ void SsdDevice::fireSsdDeviceFailureImminent() {
   try {
     _ssdDeviceListener->SsdDeviceFailureImminent(*this);
   } catch (...) {
-    _failureImminentFired = Report::kDue;
+    _failureImminentFired = false;
     throw;
   }
-  _failureImminentFired = Report::kSent;
 }
 
 void SsdDevice::fireRmaDebugIndication() {

@@ -34,6 +34,9 @@ class SsdDevice {
                                 const std::string& devPath, ISsdDeviceListener* listener,
                                 const ModelTable& models = {});
 
+  /// Has the polling thread end with the tick in progress; the destructor waits for that.
+  void askToStop() { _pollingThread.askToStop(); }
+
   /// Reads the drive once, keeps what it says and reports what has to be. A failed reading changes
   /// nothing.
   void getSsdData() VEKSSD_EXCLUDES(_mutex);
@@ -58,9 +61,6 @@ class SsdDevice {
   [[nodiscard]] std::uint8_t percentageUsed() const { return _percentageUsed; }
 
  private:
-  /// Of the one report in a device's life. Two threads may find it due at the same time.
-  enum class Report : std::uint8_t { kDue, kBeingSent, kSent };
-
   void chooseAlgorithm(std::uint32_t identifySource, const ModelTable& models);
   [[nodiscard]] bool chooseRow(const ModelTable& models);
   [[nodiscard]] bool hasStandardStatistic() const;
@@ -76,8 +76,8 @@ class SsdDevice {
   std::atomic<std::uint8_t> _percentageUsed{0};  ///< written under _mutex, read by anyone
   std::uint8_t _percentageUsedSource = 0;
   std::int32_t _percentUsedThreshold = 95;
-  std::atomic<Report> _failureImminentFired{Report::kDue};
-  SsdAlgorithm* _ssdAlgorithm = nullptr;  ///< of a row of the table below
+  std::atomic<bool> _failureImminentFired{false};  ///< the one report of its life
+  SsdAlgorithm* _ssdAlgorithm = nullptr;           ///< of a row of the table below
   std::unique_ptr<SupportedModels> _supportedModels;
   PollingThread _pollingThread;
   Mutex _mutex;  ///< around each reading of the drive and its values

@@ -1,91 +1,39 @@
 #include "core/SsdManager.h"
 
-#include <array>
-#include <cassert>
 #include <cstdio>
 #include <new>
-#include <string_view>
 
-#include <glob.h>
-#include <unistd.h>
-
-#include "base/UniqueDirectory.h"
+#include "base/Require.h"
 #include "base/WideView.h"
+#include "core/Discovery.h"
 #include "core/ModelsFile.h"
 #include "core/SsdDevice.h"
 #include "device/BiosVersion.h"
 #include "device/SmartIo.h"
 #include "log/Log.h"
 
-namespace {
-
-constexpr char kBlockDevicesPath[] = "/sys/block/";
-constexpr char kDevicesPath[] = "/dev/";
-/// Controllers 0 to 9, never their namespaces.
-constexpr char kNvmeControllerPattern[] = "/dev/nvme[0-9]";
-
-bool isDiskName(const std::string& name) { return name.compare(0, 2, "sd") == 0; }
-
-/// Whether the kernel calls the block device fixed: the first character of its "removable" file,
-/// which is all that is read, is "0".
-bool isFixedDisk(const std::string& name) {
-  const std::string path = kBlockDevicesPath + name + "/removable";
-  if (access(path.c_str(), R_OK) != 0) {
-    return false;
-  }
-  std::FILE* file = std::fopen(path.c_str(), "r");
-  if (file == nullptr) {
-    return false;
-  }
-  std::array<char, 16> line{};
-  const bool read = std::fgets(line.data(), 2, file) != nullptr;
-  std::fclose(file);
-  return read && std::string_view(line.data()) == "0";
-}
-
-std::string baseName(const std::string& path) { return path.substr(path.find_last_of('/') + 1); }
-
-void logShortage() {
-  LogQuick(LOG_LEVEL_ERROR, "SsdManager::addSsdDevice - alloc new SsdDevice failed");
-}
-
-}  // namespace
-
 SsdManager::SsdManager() { LogQuick(LOG_LEVEL_DEBUG, "SsdManager Constructed"); }
 
 SsdManager::~SsdManager() { LogQuick(LOG_LEVEL_DEBUG, "SsdManager Destroyed"); }
 
 SSD_CODE SsdManager::initialise() {
-  // clang-format off
-  assert(init==false);
-  // clang-format on
+  require(!init, "init==false", __FILE__, __LINE__, "SSD_CODE SsdManager::initialise()");
   if (!BiosVersion::getBiosVersion(_biosVersion)) {
     return SSD_NO_BIOS_VERSION;
   }
-  UniqueDirectory blockDevices(opendir(kBlockDevicesPath));
-  if (blockDevices == nullptr) {
+  const ModelTable models = readModelsFile(_modelsFile);
+  if (!discovery::forEachFixedDisk([&](const std::string& name) { addFixedDisk(name, models); })) {
     return SSD_NO_SYSFS_BLOCK;
   }
-  const ModelTable models = readModelsFile(_modelsFile);
-  while (const dirent* entry = readdir(blockDevices.get())) {
-    scanBlockDevice(entry->d_name, models);
-  }
-  blockDevices.reset();
-  scanNVMeDevice();
+  discovery::forEachNvmeController([this](const std::string& node) { addNvmeController(node); });
   Log(LOG_LEVEL_DEBUG, "SsdManager::initialise - found %i SSD devices",
       _ssdDeviceList.getNumSsdDevices());
   init = true;
   return SSD_SUCCESS;
 }
 
-/// A drive for which there is no memory is left out.
-void SsdManager::scanBlockDevice(const char* entryName, const ModelTable& models) try {
-  const std::string name = entryName;
-  if (!isDiskName(name) || !isFixedDisk(name)) {
-    return;
-  }
-  Log(LOG_LEVEL_DEBUG, "SsdManager::initialise - Found fixed scsi disk %s", name.c_str());
-  const std::string devPath = kDevicesPath + name;
+void SsdManager::addFixedDisk(const std::string& name, const ModelTable& models) {
+  const std::string devPath = "/dev/" + name;
   IdentifyData identify;
   if (!SmartIo::getIdentifyData(devPath, identify) || !identify.nonRotating) {
     return;
@@ -94,36 +42,14 @@ void SsdManager::scanBlockDevice(const char* entryName, const ModelTable& models
     Log(LOG_LEVEL_ERROR, "SsdManager::initialise - failed to add SSD Device %s to list",
         name.c_str());
   }
-} catch (const std::bad_alloc&) {
-  logShortage();
 }
 
-void SsdManager::scanNVMeDevice() {
-  glob_t found{};
-  const int result = glob(kNvmeControllerPattern, GLOB_ERR, nullptr, &found);
-  if (result != 0) {
-    globfree(&found);
-    if (result == GLOB_NOSPACE) {
-      Log(LOG_LEVEL_ERROR, "SsdManager::scanNVMeDevice - GLOB_NOSPACE");
-    }
-    return;
-  }
-  for (std::size_t i = 0; i < found.gl_pathc; ++i) {
-    scanNVMeController(found.gl_pathv[i]);
-  }
-  // The paths are kept for the life of the process: they are few, and the scan runs once.
-}
-
-/// A drive for which there is no memory is left out.
-void SsdManager::scanNVMeController(const char* node) try {
-  const std::string path = node;
+void SsdManager::addNvmeController(const std::string& node) {
   IdentifyData identify;
-  if (SmartIo::getIdentifyNVMeData(path, identify)) {
-    (void)addSsdDevice(identify, baseName(path), path);
-    std::printf("Indentified: %s\n", path.c_str());  // so spelt: scripts look for it
+  if (SmartIo::getIdentifyNVMeData(node, identify)) {
+    (void)addSsdDevice(identify, node.substr(node.find_last_of('/') + 1), node);
+    std::printf("Indentified: %s\n", node.c_str());  // kept: docs/compatibility.md
   }
-} catch (const std::bad_alloc&) {
-  logShortage();
 }
 
 bool SsdManager::addSsdDevice(const IdentifyData& identify, const std::string& physicalDrive,
@@ -133,7 +59,7 @@ bool SsdManager::addSsdDevice(const IdentifyData& identify, const std::string& p
   _ssdDeviceList.reserveOneMore();
   auto* device = new (std::nothrow) SsdDevice;
   if (device == nullptr) {
-    logShortage();
+    LogQuick(LOG_LEVEL_ERROR, "SsdManager::addSsdDevice - alloc new SsdDevice failed");
     return false;
   }
   if (!device->initialise(identify, physicalDrive, devPath, this, models)) {

@@ -46,9 +46,8 @@ class SsdManager : public ISsdDeviceListener {
  private:
   [[nodiscard]] bool addSsdDevice(const IdentifyData& identify, const std::string& physicalDrive,
                                   const std::string& devPath, const ModelTable& models = {});
-  void scanBlockDevice(const char* entryName, const ModelTable& models);
-  void scanNVMeDevice();
-  void scanNVMeController(const char* node);
+  void addFixedDisk(const std::string& name, const ModelTable& models);
+  void addNvmeController(const std::string& node);
   void copyDisplayInformation(SsdInformationList& list, int count);
 
   bool init = false;
