@@ -1,13 +1,14 @@
 #include "provider/EntryPoints.h"
 
 #include <cstdio>
-#include <exception>
 #include <new>
 
 #include <unistd.h>
 
+#include "base/NoCancellation.h"
 #include "log/Log.h"
 #include "provider/CmpiUtils.h"
+#include "provider/Containment.h"
 #include "provider/FunctionTables.h"
 #include "provider/ProviderState.h"
 #include "provider/SsdProvider.h"
@@ -20,8 +21,8 @@ void* currentProvider() { return drvProvider.load(); }
 
 /// Calls `operation` on the provider under its lock, and answers `notReady` when there is none. It
 /// is asked for twice: at once, so that a caller isn't kept waiting for a lock only to be refused,
-/// and again under the lock, for which a cleanup may have been waiting as well. A shortage of
-/// memory costs the request.
+/// and again under the lock, for which a cleanup may have been waiting as well. An exception costs
+/// the request.
 template <typename Operation>
 CMPIStatus forward(Operation operation) {
   const CMPIStatus notReady = statusOf(CMPI_RC_ERR_METHOD_NOT_AVAILABLE);
@@ -32,11 +33,9 @@ CMPIStatus forward(Operation operation) {
   if (!drvProviderReady) {
     return notReady;
   }
-  try {
-    return operation(*drvProvider.load());
-  } catch (const std::exception&) {
-    return statusOf(CMPI_RC_ERR_FAILED);
-  }
+  CMPIStatus status = statusOf(CMPI_RC_ERR_FAILED);
+  contain([&] { status = operation(*drvProvider.load()); });
+  return status;
 }
 
 CMPIStatus refuse(const char* line) {
@@ -45,10 +44,12 @@ CMPIStatus refuse(const char* line) {
 }
 
 /// The body of both factories: hands out `mi`, and makes the provider if there is none. An MI whose
-/// provider could not be initialised is handed out and counted all the same.
+/// provider could not be initialised is handed out and counted all the same. A thread that is
+/// cancelled meanwhile finishes: a provider half made would stay so for the process's life.
 template <typename Mi, typename Announce>
 Mi* createMi(Mi& mi, const CMPIBroker* broker, const CMPIContext* context, CMPIStatus* status,
              const char* shortage, Announce announce) {
+  const NoCancellation untilMade;
   {
     const MutexLock lock(drvMutex());
     announce();
@@ -60,11 +61,8 @@ Mi* createMi(Mi& mi, const CMPIBroker* broker, const CMPIContext* context, CMPIS
         drvProvider = provider;
         provider->setBroker(broker);
         mi.hdl = provider;
-        try {
-          provider->initialise(context);
-        } catch (const std::exception&) {
-          // It stays uninitialised, as after any other failure.
-        }
+        // Whatever is thrown leaves it uninitialised, as any other failure does.
+        contain([&] { provider->initialise(context); });
         drvProviderReady = provider->isInitialised();
       }
     }
@@ -79,9 +77,12 @@ Mi* createMi(Mi& mi, const CMPIBroker* broker, const CMPIContext* context, CMPIS
 }
 
 /// The body of both clean-ups; `prepare` comes before the provider may go. The provider is looked
-/// at again under the lock: a broker in a hurry cleans up on several threads at once.
-template <typename Prepare>
-CMPIStatus cleanUp(CMPIBoolean terminating, Prepare prepare) {
+/// at again under the lock: a broker in a hurry cleans up on several threads at once. A thread that
+/// is cancelled meanwhile finishes.
+template <typename Announce, typename Prepare>
+CMPIStatus cleanUp(CMPIBoolean terminating, Announce announce, Prepare prepare) {
+  const NoCancellation untilClean;
+  announce();
   if (terminating == 0) {
     return statusOf(CMPI_RC_DO_NOT_UNLOAD);
   }
@@ -90,7 +91,7 @@ CMPIStatus cleanUp(CMPIBoolean terminating, Prepare prepare) {
   }
   const MutexLock lock(drvMutex());
   if (SsdProvider* provider = drvProvider) {
-    prepare(*provider);
+    contain([&] { prepare(*provider); });
     __drv_cleanup();
   }
   return statusOf(CMPI_RC_OK);
@@ -126,9 +127,13 @@ CMPIIndicationMI* SsdProvider_Create_IndicationMI(const CMPIBroker* broker,
 
 CMPIStatus drvInstanceCleanup(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/,
                               CMPIBoolean terminating) {
-  Log(LOG_LEVEL_DEBUG, "drvInstanceCleanup - provider = %p, terminating=%x", currentProvider(),
-      terminating);
-  return cleanUp(terminating, [](SsdProvider&) {});
+  return cleanUp(
+      terminating,
+      [terminating] {
+        Log(LOG_LEVEL_DEBUG, "drvInstanceCleanup - provider = %p, terminating=%x",
+            currentProvider(), terminating);
+      },
+      [](SsdProvider&) {});
 }
 
 CMPIStatus drvEnumInstanceNames(CMPIInstanceMI* mi, const CMPIContext* context,
@@ -181,11 +186,15 @@ CMPIStatus drvExecQuery(CMPIInstanceMI* /*mi*/, const CMPIContext* /*context*/,
 
 CMPIStatus drvIndicationCleanup(CMPIIndicationMI* /*mi*/, const CMPIContext* /*context*/,
                                 CMPIBoolean terminating) {
-  std::fprintf(stderr, "drvIndicationCleanup - provider=%p, terminating=%x\n", currentProvider(),
-               terminating);
-  Log(LOG_LEVEL_DEBUG, "drvIndicationCleanup - provider=%p, terminating=%x", currentProvider(),
-      terminating);
-  return cleanUp(terminating, [](SsdProvider& provider) { provider.indicationCleanup(); });
+  return cleanUp(
+      terminating,
+      [terminating] {
+        std::fprintf(stderr, "drvIndicationCleanup - provider=%p, terminating=%x\n",
+                     currentProvider(), terminating);
+        Log(LOG_LEVEL_DEBUG, "drvIndicationCleanup - provider=%p, terminating=%x",
+            currentProvider(), terminating);
+      },
+      [](SsdProvider& provider) { provider.indicationCleanup(); });
 }
 
 CMPIStatus drvAuthorizeFilter(CMPIIndicationMI* mi, const CMPIContext* context,
@@ -225,7 +234,7 @@ CMPIStatus drvDeActivateFilter(CMPIIndicationMI* mi, const CMPIContext* context,
 }
 
 void drvEnableIndications(CMPIIndicationMI* mi, const CMPIContext* context) {
-  // Without "drv": log scrapers match on this text.
+  // kept: docs/compatibility.md
   Log(LOG_LEVEL_DEBUG, "enableIndications - provider = %p", currentProvider());
   (void)forward([=](SsdProvider& provider) {
     provider.enableIndications(mi, context);

@@ -1,41 +1,38 @@
 #include "provider/IndicationThread.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include <pthread.h>
 #include <unistd.h>
 
 #include <cmpi/cmpimacs.h>
 
+#include "base/NoCancellation.h"
 #include "log/Log.h"
 #include "provider/CimNames.h"
 #include "provider/CmpiUtils.h"
-#include "provider/FailureLog.h"
+#include "provider/Containment.h"
 
 namespace {
 
-/// Threads started and not ended yet. Nobody joins them, but the library's code must stay mapped
-/// until they are through.
-std::atomic<int> runningThreads{0};
+using Clock = std::chrono::steady_clock;
+constexpr std::chrono::seconds kLongestDelivery{10};
+constexpr std::chrono::seconds kLongestBeginning{1};
+
+/// Threads that were asked for and have not begun: brokers don't tell whether they will.
+std::atomic<int> threadsToCome{0};
+std::atomic<Clock::time_point> lastStart{Clock::time_point()};
+/// Threads that run this library's code, which must stay mapped until they are through.
+std::atomic<int> threadsInside{0};
 std::atomic<bool> someThreadRan{false};
 
-/// Runs after the static objects have gone, and with them the polling threads that could start
-/// another indication. The wait is bounded: a delivery may itself be waiting for this unloading.
-__attribute__((destructor(101))) void awaitIndicationThreads() {
-  constexpr useconds_t kStepMicroseconds = 1000;
-  constexpr int kMostSteps = 2000;
-  constexpr useconds_t kWayOutMicroseconds = 50000;
-  if (!someThreadRan) {
-    return;
-  }
-  for (int step = 0; runningThreads != 0 && step < kMostSteps; ++step) {
-    usleep(kStepMicroseconds);
-  }
-  // For the last one's way out of this library, be the machine ever so busy: it has said that it is
-  // through, and yet has a few instructions left.
-  usleep(kWayOutMicroseconds);
+template <typename Work>
+bool guarded(Work work) {
+  return succeeds("indicateThread", "indicateThread - Unknown Exception", work);
 }
 
 /// Attaches the calling thread to a broker that can start threads only from one that it knows;
@@ -57,7 +54,10 @@ class CallerAttachment {
   }
   ~CallerAttachment() {
     if (context_ != nullptr) {
-      (void)CBDetachThread(broker_, context_);
+      const NoCancellation whileDetaching;
+      (void)succeeds("SsdProvider::SsdFailureImminent - sendIndication",
+                     "SsdProvider::SsdFailureImminent - sendIndication - Unknown Exception",
+                     [this] { (void)CBDetachThread(broker_, context_); });
     }
   }
   CallerAttachment(const CallerAttachment&) = delete;
@@ -81,46 +81,55 @@ void deliver(const IndicationArguments& arguments, const CMPIContext* context) {
 
 /// Attaches this thread to the broker, delivers, detaches. A context whose attachment failed is
 /// released and detached all the same: that is what brokers' own accounts of threads expect.
-void deliverAttached(IndicationArguments& arguments) {
+/// `providers` is given up once the thread has a context of its own.
+void deliverAttached(const IndicationArguments& arguments, std::shared_ptr<CMPIContext> providers) {
   const CMPIBroker* broker = arguments.broker;
-  CMPIContext* context = CBPrepareAttachThread(broker, arguments.context.get());
-  arguments.context.reset();
+  CMPIContext* context = nullptr;
   CMPIStatus status = {CMPI_RC_ERR_FAILED, nullptr};
-  if (context != nullptr) {
-    status = CBAttachThread(broker, context);
-  }
-  if (status.rc != CMPI_RC_OK) {
-    Log(LOG_LEVEL_ERROR, "indicateThread - CMAttachThread: CMPIStatus %i", status.rc);
-    if (context != nullptr) {
-      (void)CMRelease(context);
+  const bool answered = guarded([&] {
+    if (providers != nullptr) {
+      context = CBPrepareAttachThread(broker, providers.get());
+      providers.reset();
     }
-  } else {
-    (void)succeeds("indicateThread", "indicateThread - Unknown Exception",
-                   [&] { deliver(arguments, context); });
+    if (context != nullptr) {
+      status = CBAttachThread(broker, context);
+    }
+  });
+  if (status.rc == CMPI_RC_OK) {
+    (void)guarded([&] { deliver(arguments, context); });
+  } else if (answered) {
+    Log(LOG_LEVEL_ERROR, "indicateThread - CMAttachThread: CMPIStatus %i", status.rc);
+  }
+  if (context != nullptr && status.rc != CMPI_RC_OK) {
+    (void)guarded([&] { (void)CMRelease(context); });
   }
   if (context != nullptr) {
-    (void)CBDetachThread(broker, context);
+    (void)guarded([&] { (void)CBDetachThread(broker, context); });
   }
 }
 
-/// Counts a thread out when it leaves, be it by a host's cancellation.
-class Departure {
+/// Counts a thread in when it begins, and out when it leaves, be it by a host's cancellation.
+class Visit {
  public:
-  Departure() = default;
-  ~Departure() { --runningThreads; }
-  Departure(const Departure&) = delete;
-  Departure& operator=(const Departure&) = delete;
+  Visit() {
+    ++threadsInside;  // before the other one falls: there is no moment at which it is in neither
+    --threadsToCome;
+    someThreadRan = true;
+  }
+  ~Visit() { --threadsInside; }
+  Visit(const Visit&) = delete;
+  Visit& operator=(const Visit&) = delete;
 };
 
 CMPI_THREAD_RETURN CMPI_THREAD_CDECL indicateThread(void* parameter) {
-  const Departure departure;
+  const Visit visit;
   std::unique_ptr<IndicationArguments> arguments(static_cast<IndicationArguments*>(parameter));
+  std::shared_ptr<CMPIContext> providers = arguments->context.lock();
   std::fprintf(stderr, "IndicateThread - 0x%lx\n", static_cast<unsigned long>(pthread_self()));
   std::fprintf(stderr, "IndicateThread - PhysicalDrive=%s, DeviceID=%s, ind_ctx=%p, broker=%p\n",
                arguments->physicalDrive.c_str(), arguments->deviceID.c_str(),
-               static_cast<void*>(arguments->context.get()),
-               static_cast<const void*>(arguments->broker));
-  deliverAttached(*arguments);
+               static_cast<void*>(providers.get()), static_cast<const void*>(arguments->broker));
+  deliverAttached(*arguments, std::move(providers));
   arguments.reset();
   std::fputs("IndicateThread - Exit\n", stderr);
   return nullptr;
@@ -130,12 +139,31 @@ CMPI_THREAD_RETURN CMPI_THREAD_CDECL indicateThread(void* parameter) {
 
 void startIndicationThread(std::unique_ptr<IndicationArguments> arguments) {
   const CMPIBroker* broker = arguments->broker;
-  const std::shared_ptr<CMPIContext> context = arguments->context;
+  const std::shared_ptr<CMPIContext> context = arguments->context.lock();
   const CallerAttachment attachment(broker, context.get());
-  ++runningThreads;
-  someThreadRan = true;
+  lastStart = Clock::now();
+  ++threadsToCome;
   // The thread owns its arguments. The result says nothing: brokers answer null for a detached
   // thread that runs.
   constexpr int kDetached = 1;
   (void)broker->xft->newThread(indicateThread, arguments.release(), kDetached);
+}
+
+void awaitIndicationThreads() {
+  constexpr useconds_t kStepMicroseconds = 1000;
+  constexpr useconds_t kWayOutMicroseconds = 50000;
+  const Clock::time_point began = Clock::now();
+  const auto wanted = [began] {
+    const Clock::time_point now = Clock::now();
+    return (threadsInside > 0 && now < began + kLongestDelivery) ||
+           (threadsToCome > 0 && now < lastStart.load() + kLongestBeginning);
+  };
+  while (wanted()) {
+    usleep(kStepMicroseconds);
+  }
+  // For the last one's way out of this library, be the machine ever so busy: it has said that it is
+  // through, and yet has a few instructions left.
+  if (someThreadRan) {
+    usleep(kWayOutMicroseconds);
+  }
 }

@@ -9,7 +9,8 @@
 /// What an indication thread needs; its own from the start, so that it may outlive the provider.
 struct IndicationArguments {
   const CMPIBroker* broker = nullptr;
-  std::shared_ptr<CMPIContext> context;  ///< the provider's; given up once the thread has its own
+  /// The provider's, and no longer there than that: a thread may never begin.
+  std::weak_ptr<CMPIContext> context;
   std::string deviceID;
   std::string physicalDrive;
 };
@@ -17,3 +18,8 @@ struct IndicationArguments {
 /// Starts a detached broker thread that builds and delivers one indication. Nobody learns whether
 /// it did: a failure is logged on that thread and the indication is lost.
 void startIndicationThread(std::unique_ptr<IndicationArguments> arguments);
+
+/// Waits for the threads that are in this library's code: up to ten seconds for those that are
+/// delivering, and until a second after the last start for those that have not begun. For the
+/// library's last moment, when nothing is left that could start another one.
+void awaitIndicationThreads();

@@ -1,36 +1,14 @@
 #include "provider/ProviderState.h"
 
 #include <cstdio>
-#include <new>
 
 #include "log/Log.h"
+#include "provider/FunctionTables.h"
 #include "provider/SsdProvider.h"
 
 std::atomic<SsdProvider*> drvProvider{nullptr};
 std::atomic<bool> drvProviderReady{false};
 std::int32_t use_count = 0;
-
-namespace {
-
-/// Where CONSTRUCTOR makes the lock, and DESTRUCTOR destroys it.
-alignas(Mutex) unsigned char drvMutexMemory[sizeof(Mutex)];
-
-/// Before every static object of the library: the device manager's constructor already logs.
-__attribute__((constructor(101))) void CONSTRUCTOR() {
-  std::fputs("CONSTRUCTOR\n", stderr);
-  new (drvMutexMemory) Mutex;
-  use_count = 0;
-}
-
-/// Without a priority, which would move it behind the destructors of the static objects.
-__attribute__((destructor)) void DESTRUCTOR() {
-  std::fputs("DESTRUCTOR\n", stderr);
-  drvMutex().~Mutex();
-}
-
-}  // namespace
-
-Mutex& drvMutex() { return *std::launder(reinterpret_cast<Mutex*>(drvMutexMemory)); }
 
 void __drv_synch() { drvMutex().lock(); }
 
@@ -51,4 +29,6 @@ void __drv_cleanup() {
   }
   drvProviderReady = false;
   delete drvProvider.load();  // which resets drvProvider
+  instanceMI.hdl = nullptr;
+  indicationMI.hdl = nullptr;
 }

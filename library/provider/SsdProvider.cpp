@@ -1,5 +1,6 @@
 #include "provider/SsdProvider.h"
 
+#include "base/NoCancellation.h"
 #include "log/Log.h"
 #include "provider/ProviderState.h"
 
@@ -9,6 +10,7 @@ SsdProvider::SsdProvider() {
 }
 
 SsdProvider::~SsdProvider() {
+  const NoCancellation whileGoing;
   // The core may still know the provider: the indication MI need not have been cleaned up last.
   SsdApi::withdrawSsdListener(this);
 
@@ -50,6 +52,6 @@ void SsdProvider::initialise(const CMPIContext* /*context*/) {
 }
 
 SSD_CODE SsdProvider::initSsdProvider() {
-  Log(LOG_LEVEL_DEBUG, "SsdProvider::initSensorProvider");  // so named: log scrapers match on it
+  Log(LOG_LEVEL_DEBUG, "SsdProvider::initSensorProvider");  // kept: docs/compatibility.md
   return update();
 }

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -86,14 +85,12 @@ class SsdProvider : public ISsdListener {
   /// Reads all drives and rebuilds the cache; on failure the cache stays as it was.
   SSD_CODE update() VEKSSD_EXCLUDES(cacheMutex);
   [[nodiscard]] static KAV_SSDLifeMonitor makeMonitor(const SsdInformation& information);
-  /// A copy of the cache entry at `index`, if there is one.
-  [[nodiscard]] std::optional<KAV_SSDLifeMonitor> monitorAt(std::size_t index)
-      VEKSSD_EXCLUDES(cacheMutex);
+  /// The cache as it is at this moment, for one request.
+  [[nodiscard]] Monitors snapshot() VEKSSD_EXCLUDES(cacheMutex);
   [[nodiscard]] std::uint32_t getSsdIndex(const std::string& deviceID) const
       VEKSSD_REQUIRES(cacheMutex);
-  /// Marks the entry and gives its key, or nothing if there is no such entry.
-  [[nodiscard]] std::optional<std::string> markFailing(const std::string& deviceID)
-      VEKSSD_EXCLUDES(cacheMutex);
+  /// Marks the entry; false if there is none.
+  [[nodiscard]] bool markFailing(const std::string& deviceID) VEKSSD_EXCLUDES(cacheMutex);
 
   CMPIStatus enumerate(const Enumeration& kind, const CMPIResult* result,
                        const CMPIObjectPath* path);
@@ -102,14 +99,15 @@ class SsdProvider : public ISsdListener {
 
   void prepareIndicationContext(const CMPIContext* context) VEKSSD_EXCLUDES(cacheMutex);
   [[nodiscard]] std::shared_ptr<CMPIContext> indicationContext() VEKSSD_EXCLUDES(cacheMutex);
-  void sendIndication(const std::string& deviceID, const std::string& physicalDrive);
+  void sendIndication(const std::string& deviceID, const std::string& physicalDrive,
+                      const std::shared_ptr<CMPIContext>& context);
 
   bool initialised = false;
   const CMPIBroker* broker = nullptr;
   std::int32_t reserved = 0;
   std::int32_t activeIndSubscriptions = 0;
   std::atomic<bool> indicationsEnabled{false};
-  /// Prepared once for the indication threads; a starting one shares it until it has its own.
+  /// Prepared once for the indication threads; one that begins shares it until it has its own.
   std::shared_ptr<CMPIContext> indCtx VEKSSD_GUARDED_BY(cacheMutex);
   std::unique_ptr<SsdApi> service;
   Monitors monitors VEKSSD_GUARDED_BY(cacheMutex);

@@ -3,14 +3,24 @@
 
 #include <cmpi/cmpimacs.h>
 
+#include "base/NoCancellation.h"
 #include "log/Log.h"
 #include "provider/CimNames.h"
 #include "provider/CmpiUtils.h"
-#include "provider/FailureLog.h"
+#include "provider/Containment.h"
 #include "provider/IndicationThread.h"
 #include "provider/SsdProvider.h"
 
 namespace {
+
+/// A context goes where no exception may: in the provider's destructor, or that of a thread's
+/// share.
+void releaseContext(CMPIContext* context) {
+  const NoCancellation whileReleasing;
+  if (context != nullptr) {
+    contain([context] { (void)CMRelease(context); });
+  }
+}
 
 const char* classNameOf(const CMPIObjectPath* path) {
   return charactersOf(CMGetClassName(path, nullptr));
@@ -105,12 +115,7 @@ void SsdProvider::prepareIndicationContext(const CMPIContext* context) {
   if (indicationContext() != nullptr) {
     return;
   }
-  std::shared_ptr<CMPIContext> prepared(CBPrepareAttachThread(broker, context),
-                                        [](CMPIContext* unused) {
-                                          if (unused != nullptr) {
-                                            (void)CMRelease(unused);
-                                          }
-                                        });
+  std::shared_ptr<CMPIContext> prepared(CBPrepareAttachThread(broker, context), releaseContext);
   Log(LOG_LEVEL_DEBUG, "Indication Thread Context: indCtx = %p",
       static_cast<void*>(prepared.get()));
   const MutexLock lock(cacheMutex);
@@ -126,42 +131,43 @@ void SsdProvider::SsdFailureImminent(std::string model, std::string serialNumber
                                      std::string physicalDrive, std::uint8_t percentageUsed) {
   Log(LOG_LEVEL_DEBUG, "SsdProvider::SsdFailureImminent(%s,%s,%s,0x%02x)", model.c_str(),
       serialNumber.c_str(), physicalDrive.c_str(), percentageUsed);
-  if (!indicationsEnabled || indicationContext() == nullptr) {
+  const std::shared_ptr<CMPIContext> context = indicationContext();
+  if (!indicationsEnabled || context == nullptr) {
     Log(LOG_LEVEL_DEBUG,
         "SsdProvider::SsdFailureImminent - indcations disabled or NULL indication context");
     return;
   }
   (void)succeeds("SsdProvider::SsdFailureImminent - sendIndication",
                  "SsdProvider::SsdFailureImminent - sendIndication - Unknown Exception", [&] {
-                   const std::string wanted = makeDeviceID(model, serialNumber, physicalDrive);
-                   const std::optional<std::string> deviceID = markFailing(wanted);
-                   if (!deviceID) {
+                   const std::string deviceID = makeDeviceID(model, serialNumber, physicalDrive);
+                   if (!markFailing(deviceID)) {
                      Log(LOG_LEVEL_ERROR,
                          "SsdProvider::SsdFailureImminent - Associated ssd not found, device id: "
                          "%s",
-                         wanted.c_str());
+                         deviceID.c_str());
                      return;
                    }
-                   sendIndication(*deviceID, physicalDrive);
+                   sendIndication(deviceID, physicalDrive, context);
                  });
 }
 
-std::optional<std::string> SsdProvider::markFailing(const std::string& deviceID) {
+bool SsdProvider::markFailing(const std::string& deviceID) {
   const MutexLock lock(cacheMutex);
   const std::uint32_t index = getSsdIndex(deviceID);
   if (index == kNoSuchSsd) {
-    return std::nullopt;
+    return false;
   }
   monitors[index].setFailureImminent(true);
-  return monitors[index].getDeviceID();
+  return true;
 }
 
-void SsdProvider::sendIndication(const std::string& deviceID, const std::string& physicalDrive) {
+void SsdProvider::sendIndication(const std::string& deviceID, const std::string& physicalDrive,
+                                 const std::shared_ptr<CMPIContext>& context) {
   Log(LOG_LEVEL_DEBUG, "SsdProvider::sendIndication(%s,%s)", deviceID.c_str(),
       physicalDrive.c_str());
   auto arguments = std::make_unique<IndicationArguments>();
   arguments->broker = broker;
-  arguments->context = indicationContext();
+  arguments->context = context;
   arguments->deviceID = deviceID;
   arguments->physicalDrive = physicalDrive;
   startIndicationThread(std::move(arguments));

@@ -7,7 +7,7 @@
 #include "log/Log.h"
 #include "provider/CimNames.h"
 #include "provider/CmpiUtils.h"
-#include "provider/FailureLog.h"
+#include "provider/Containment.h"
 #include "provider/SsdProvider.h"
 
 /// What the two enumerations don't share. The texts follow two names of each operation.
@@ -97,12 +97,9 @@ KAV_SSDLifeMonitor SsdProvider::makeMonitor(const SsdInformation& information) {
   return monitor;
 }
 
-std::optional<KAV_SSDLifeMonitor> SsdProvider::monitorAt(std::size_t index) {
+SsdProvider::Monitors SsdProvider::snapshot() {
   const MutexLock lock(cacheMutex);
-  if (index >= monitors.size()) {
-    return std::nullopt;
-  }
-  return monitors[index];
+  return monitors;
 }
 
 std::uint32_t SsdProvider::getSsdIndex(const std::string& deviceID) const {
@@ -157,8 +154,8 @@ CMPIrc SsdProvider::returnAll(const Enumeration& kind, const CMPIResult* result)
     if (code != SSD_SUCCESS) {
       return;
     }
-    for (auto monitor = monitorAt(0); monitor; monitor = monitorAt(returned)) {
-      (void)kind.returnOne(result, broker, *monitor);
+    for (const KAV_SSDLifeMonitor& monitor : snapshot()) {
+      (void)kind.returnOne(result, broker, monitor);
       ++returned;
     }
   });
@@ -199,11 +196,10 @@ CMPIrc SsdProvider::returnFirstMatch(const CMPIResult* result, const CMPIObjectP
         if (code != SSD_SUCCESS) {
           return;
         }
-        std::size_t index = 0;
-        for (auto monitor = monitorAt(0); monitor; monitor = monitorAt(++index)) {
+        for (const KAV_SSDLifeMonitor& monitor : snapshot()) {
           const char* key = Utils::GetCharsKeyValue(path, kDeviceIdProperty);
-          if (std::strncmp(monitor->getDeviceID(), key, std::strlen(key)) == 0) {
-            (void)CMReturnInstance(result, monitor->getInstance(broker));
+          if (std::strncmp(monitor.getDeviceID(), key, std::strlen(key)) == 0) {
+            (void)CMReturnInstance(result, monitor.getInstance(broker));
             found = true;
             return;
           }

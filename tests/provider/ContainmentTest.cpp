@@ -1,4 +1,4 @@
-#include "provider/FailureLog.h"
+#include "provider/Containment.h"
 
 #include <new>
 #include <thread>
@@ -9,7 +9,7 @@
 
 namespace {
 
-class FailureLog : public ProviderTest {
+class Containment : public ProviderTest {
  protected:
   template <typename Work>
   std::string logged(Work work) {
@@ -18,12 +18,12 @@ class FailureLog : public ProviderTest {
   bool succeeded = false;
 };
 
-TEST_F(FailureLog, SaysNothingOfWorkThatSucceeds) {
+TEST_F(Containment, SaysNothingOfWorkThatSucceeds) {
   EXPECT_EQ(logged([] {}), "");
   EXPECT_TRUE(succeeded);
 }
 
-TEST_F(FailureLog, ShowsTheCodeAndTheMessageOfAStatus) {
+TEST_F(Containment, ShowsTheCodeAndTheMessageOfAStatus) {
   EXPECT_EQ(logged([this] {
               throw CMPIStatus{CMPI_RC_ERR_ACCESS_DENIED, broker.string("100% refused")};
             }),
@@ -32,7 +32,7 @@ TEST_F(FailureLog, ShowsTheCodeAndTheMessageOfAStatus) {
   EXPECT_FALSE(succeeded);
 }
 
-TEST_F(FailureLog, ShowsAStatusWithoutAMessageAsNull) {
+TEST_F(Containment, ShowsAStatusWithoutAMessageAsNull) {
   EXPECT_EQ(logged([] {
               throw CMPIStatus{CMPI_RC_ERR_FAILED, nullptr};
             }),
@@ -40,20 +40,20 @@ TEST_F(FailureLog, ShowsAStatusWithoutAMessageAsNull) {
   EXPECT_FALSE(succeeded);
 }
 
-TEST_F(FailureLog, ShowsAMessageWithoutCharactersAsEmpty) {
+TEST_F(Containment, ShowsAMessageWithoutCharactersAsEmpty) {
   const std::string text = logged([this] { throw CMPIStatus{CMPI_RC_OK, broker.string(nullptr)}; });
   EXPECT_EQ(events::only("log", text), "log 1: Some::origin - CMPIStatus 0, \n");
   EXPECT_FALSE(succeeded);
 }
 
-TEST_F(FailureLog, ShowsAnythingElseAsTheUnknownText) {
+TEST_F(Containment, ShowsAnythingElseAsTheUnknownText) {
   EXPECT_EQ(logged([] { throw std::bad_alloc(); }), "log 1: Some unknown text\n");
   EXPECT_FALSE(succeeded);
   EXPECT_EQ(logged([] { throw 7; }), "log 1: Some unknown text\n");
   EXPECT_FALSE(succeeded);
 }
 
-TEST_F(FailureLog, LetsAThreadEndThatItsHostCancels) {
+TEST_F(Containment, LetsAThreadEndThatItsHostCancels) {
   EXPECT_EQ(events::during([] {
               std::thread cancelled([] {
                 (void)succeeds("Some::origin", "Some unknown text", [] { pthread_exit(nullptr); });
