@@ -1,6 +1,7 @@
 #include "simulator/preload/Journal.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,6 +11,8 @@
 namespace simulator {
 
 void Journal::write(nlohmann::ordered_json entry) const {
+  int cancellable = 0;  // the call that is noted need not be
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancellable);
   const int saved = errno;
   entry["pid"] = getpid();
   entry["tid"] = gettid();
@@ -22,6 +25,7 @@ void Journal::write(nlohmann::ordered_json entry) const {
     }
     real().close(fd);
   }
+  pthread_setcancelstate(cancellable, nullptr);
   errno = saved;
 }
 

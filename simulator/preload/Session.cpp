@@ -100,12 +100,15 @@ void Session::pass(std::chrono::microseconds duration) const {
     return;
   }
   const int saved = errno;
+  int cancellable = 0;  // an ioctl that takes its time is no cancellation point
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancellable);
   const double real = static_cast<double>(duration.count()) / machine_.timeScale();
   timespec left{};
   left.tv_sec = static_cast<time_t>(real / 1e6);
   left.tv_nsec = static_cast<long>((real - static_cast<double>(left.tv_sec) * 1e6) * 1e3);
   while (simulator::real().clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
   }
+  pthread_setcancelstate(cancellable, nullptr);
   errno = saved;
 }
 
