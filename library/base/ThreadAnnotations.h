@@ -13,6 +13,8 @@
 #define VEKSSD_GUARDED_BY(x) VEKSSD_THREAD_ANNOTATION(guarded_by(x))
 #define VEKSSD_REQUIRES(...) VEKSSD_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
 #define VEKSSD_EXCLUDES(...) VEKSSD_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
+#define VEKSSD_RETURN_CAPABILITY(x) VEKSSD_THREAD_ANNOTATION(lock_returned(x))
+#define VEKSSD_NO_THREAD_SAFETY_ANALYSIS VEKSSD_THREAD_ANNOTATION(no_thread_safety_analysis)
 #define VEKSSD_ACQUIRE(...) VEKSSD_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define VEKSSD_ACQUIRE_SHARED(...) VEKSSD_THREAD_ANNOTATION(acquire_shared_capability(__VA_ARGS__))
 #define VEKSSD_RELEASE(...) VEKSSD_THREAD_ANNOTATION(release_capability(__VA_ARGS__))

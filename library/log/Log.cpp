@@ -12,6 +12,9 @@
 #include <string>
 #include <utility>
 
+#include <pthread.h>
+
+#include "base/NoCancellation.h"
 #include "log/FileLogHandler.h"
 
 namespace {
@@ -20,25 +23,49 @@ constexpr std::size_t kMessageSize = 4096;
 
 /// Never destroyed, and constant-initialised: the first line is logged by another file's static
 /// constructor, the last one while the library is being unloaded.
-LogHandler* s_logHandler = nullptr;
+FileLogHandler* s_logHandler = nullptr;
+
+void beforeFork() VEKSSD_NO_THREAD_SAFETY_ANALYSIS { s_logHandler->lockOfLog().lock(); }
+
+void afterForkInParent() VEKSSD_NO_THREAD_SAFETY_ANALYSIS { s_logHandler->lockOfLog().unlock(); }
+
+void afterForkInChild() {
+  LogRecord::keepProcess();
+  afterForkInParent();
+}
+
+/// Runs what makes the handler or outputs a record. Logging must never harm the caller: whatever
+/// goes wrong costs this record and nothing more, and a thread is not cancelled within.
+template <typename Action>
+void withoutHarm(Action action) {
+  const NoCancellation untilDone;
+  const int error = errno;
+  try {
+    action();
+  } catch (const std::exception&) {
+  }
+  errno = error;
+}
 
 /// Makes the one handler on the first call, which comes while the library is being loaded and no
 /// thread of its own exists. Null if it can't be made; the next call tries again.
 LogHandler* makeLogHandler() {
-  const int error = errno;
-  try {
+  withoutHarm([] {
     std::printf("Logger created");
     s_logHandler = new FileLogHandler;
-  } catch (const std::exception&) {
-  }
-  errno = error;
+    // The C library forgets the three again when this library is unloaded.
+    if (pthread_atfork(beforeFork, afterForkInParent, afterForkInChild) == 0) {
+      LogRecord::keepProcess();
+    }
+  });
   return s_logHandler;
 }
 
-/// The handler that wants records of this level, or null. Asked before anything else is done.
-inline LogHandler* handlerFor(LOG_LEVEL level) {
+/// The handler that wants this text at this level, or null. Asked before anything else is done.
+inline LogHandler* handlerFor(LOG_LEVEL level, const void* text) {
   LogHandler* handler = s_logHandler != nullptr ? s_logHandler : makeLogHandler();
-  return handler != nullptr && level <= handler->GetLevel() ? handler : nullptr;
+  const bool isWanted = handler != nullptr && level <= handler->GetLevel() && text != nullptr;
+  return isWanted ? handler : nullptr;
 }
 
 template <typename Character>
@@ -46,24 +73,7 @@ std::unique_ptr<Character[]> messageBuffer() {
   return std::unique_ptr<Character[]>(new Character[kMessageSize]);
 }
 
-/// Runs what makes and outputs a record. Logging must never harm the caller: whatever goes wrong
-/// costs this record and nothing more.
-template <typename Output>
-void withoutHarm(Output output) {
-  const int error = errno;
-  try {
-    output();
-  } catch (const std::exception&) {
-  }
-  errno = error;
-}
-
-void outputRecord(LogHandler& handler, LOG_LEVEL level, std::string message) {
-  LogRecord record(level, std::move(message));
-  handler.Log(record);
-}
-
-std::string formatMessage(const char* format, std::va_list arguments) {
+std::optional<std::string> formatted(const char* format, std::va_list arguments) {
   const auto buffer = messageBuffer<char>();
   // A message is kept up to a conversion that fails; newer C libraries may leave the buffer
   // untouched then.
@@ -73,7 +83,7 @@ std::string formatMessage(const char* format, std::va_list arguments) {
 }
 
 /// Nothing if the host's locale can't represent a character.
-std::optional<std::string> formatMessage(const wchar_t* format, std::va_list arguments) {
+std::optional<std::string> formatted(const wchar_t* format, std::va_list arguments) {
   const auto wide = messageBuffer<wchar_t>();
   const auto narrow = messageBuffer<char>();
   wide[0] = L'\0';
@@ -86,56 +96,42 @@ std::optional<std::string> formatMessage(const wchar_t* format, std::va_list arg
   return std::string(narrow.get(), std::min(length, kMessageSize - 1));
 }
 
-// What follows once a record is wanted, apart from the functions below: a suppressed one is to
-// leave them quickly.
-
-__attribute__((noinline)) void logFormatted(LogHandler& handler, LOG_LEVEL level,
-                                            const char* format, std::va_list arguments) {
-  withoutHarm([&] { outputRecord(handler, level, formatMessage(format, arguments)); });
-}
-
-__attribute__((noinline)) void logFormatted(LogHandler& handler, LOG_LEVEL level,
-                                            const wchar_t* format, std::va_list arguments) {
+/// The one way of a record: `message` makes its text, or none. Apart from the functions below,
+/// which a suppressed record is to leave quickly.
+template <typename Message>
+__attribute__((noinline)) void output(LogHandler& handler, LOG_LEVEL level, Message message) {
   withoutHarm([&] {
-    if (auto message = formatMessage(format, arguments)) {
-      outputRecord(handler, level, std::move(*message));
+    if (std::optional<std::string> text = message()) {
+      LogRecord record(level, std::move(*text));
+      handler.Log(record);
     }
   });
 }
 
-__attribute__((noinline)) void logText(LogHandler& handler, LOG_LEVEL level, const char* text) {
-  withoutHarm([&] { outputRecord(handler, level, text); });
-}
-
 }  // namespace
 
-bool isLogged(LOG_LEVEL level) { return handlerFor(level) != nullptr; }
+bool isLogged(LOG_LEVEL level) { return handlerFor(level, "") != nullptr; }
 
 void Log(LOG_LEVEL level, const char* format, ...) {
-  LogHandler* handler = handlerFor(level);
-  if (handler == nullptr || format == nullptr) {
-    return;
+  if (LogHandler* handler = handlerFor(level, format)) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    output(*handler, level, [&] { return formatted(format, arguments); });
+    va_end(arguments);
   }
-  std::va_list arguments;
-  va_start(arguments, format);
-  logFormatted(*handler, level, format, arguments);
-  va_end(arguments);
 }
 
 void WLog(LOG_LEVEL level, const wchar_t* format, ...) {
-  LogHandler* handler = handlerFor(level);
-  if (handler == nullptr || format == nullptr) {
-    return;
+  if (LogHandler* handler = handlerFor(level, format)) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    output(*handler, level, [&] { return formatted(format, arguments); });
+    va_end(arguments);
   }
-  std::va_list arguments;
-  va_start(arguments, format);
-  logFormatted(*handler, level, format, arguments);
-  va_end(arguments);
 }
 
 void LogQuick(LOG_LEVEL level, const char* text) {
-  LogHandler* handler = handlerFor(level);
-  if (handler != nullptr && text != nullptr) {
-    logText(*handler, level, text);
+  if (LogHandler* handler = handlerFor(level, text)) {
+    output(*handler, level, [text] { return std::optional<std::string>(text); });
   }
 }

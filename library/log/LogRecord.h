@@ -14,6 +14,10 @@ class LogRecord {
   LogRecord(LOG_LEVEL recordLevel, std::string text);
   virtual ~LogRecord() = default;
 
+  /// Asks for the number of this process and keeps it for the records to come; to be called again
+  /// in a forked child. Until the first call every record asks.
+  static void keepProcess();
+
   /// Replaces `line` with the whole line, its line feed included:
   /// time, tab, process and thread, tab, level name, tab, message.
   void GetLogLine(std::string& line) const;
