@@ -4,7 +4,7 @@ import argparse
 import signal
 import time
 
-from simulation import servers, tills
+from simulation import measurement, servers, tills
 
 YEARS = 5
 
@@ -71,17 +71,21 @@ def demonstrate(server, count, keep):
 
 def main():
     parser = argparse.ArgumentParser(prog="fleet", description="A fleet of simulated tills on the real Prometheus.")
-    parser.add_argument("--tills", type=int, default=200, metavar="N", help="how many, 7 to 2000 (200)")
+    parser.add_argument("--tills", type=int, default=200, metavar="N", help="how many, from 7 (200)")
+    parser.add_argument("--measure", type=int, metavar="MINUTES", help="instead: what they cost Prometheus, over so long")
     parser.add_argument("--keep", action="store_true", help="leaves the page open until Ctrl-C")
     arguments = parser.parse_args()
-    if not 7 <= arguments.tills <= 2000:
-        parser.error("--tills: 7 to 2000")
+    if not 7 <= arguments.tills <= 99999:
+        parser.error("--tills: 7 to 99999")
     # A signal ends it as Ctrl-C does: everything that was started is ended.
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, signal.default_int_handler)
     try:
         with servers.Servers() as server:
-            demonstrate(server, arguments.tills, arguments.keep)
+            if arguments.measure is not None:
+                measurement.measure(server, arguments.tills, arguments.measure)
+            else:
+                demonstrate(server, arguments.tills, arguments.keep)
     except KeyboardInterrupt:
         print("\nended; nothing is left behind")
 
