@@ -1,3 +1,5 @@
+// SmartIo: IDENTIFY DEVICE data as the kernel keeps it.
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -11,7 +13,6 @@
 #include "device/Bytes.h"
 #include "device/DriveCommand.h"
 #include "device/SmartIo.h"
-#include "device/Utils.h"
 #include "log/Log.h"
 
 static_assert(HDIO_GET_IDENTITY == 0x030D);
@@ -42,9 +43,9 @@ bool SmartIo::getIdentifyData(const std::string& path, IdentifyData& identify) {
   const std::uint16_t rotationRate = bytes::littleEndian16(data, kRotationRateOffset);
   identify.identifySource |= IDENTIFIED_BY_ATA;
   identify.ataMajorVersion = bytes::littleEndian16(data, kMajorVersionOffset);
-  identify.model = Utils::trimmedField(data, kModelOffset, kModelLength);
-  identify.serialNumber = Utils::trimmedField(data, kSerialNumberOffset, kSerialNumberLength);
-  identify.firmwareVersion = Utils::trimmedField(data, kFirmwareOffset, kFirmwareLength);
+  identify.model = bytes::trimmedField(data, kModelOffset, kModelLength);
+  identify.serialNumber = bytes::trimmedField(data, kSerialNumberOffset, kSerialNumberLength);
+  identify.firmwareVersion = bytes::trimmedField(data, kFirmwareOffset, kFirmwareLength);
   if (rotationRate == kNonRotatingMedium) {
     identify.nonRotating = true;
   }

@@ -1,3 +1,5 @@
+// SmartIo: ATA SMART by drive command.
+
 #include <array>
 #include <cerrno>
 #include <cstring>

@@ -1,3 +1,5 @@
+// SmartIo: log pages in hexadecimal.
+
 #include <array>
 #include <cstdio>
 

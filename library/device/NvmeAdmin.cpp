@@ -1,3 +1,5 @@
+// SmartIo: NVMe admin commands.
+
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -11,7 +13,6 @@
 #include "device/DriveCommand.h"
 #include "device/NvmeFormat.h"
 #include "device/SmartIo.h"
-#include "device/Utils.h"
 #include "log/Log.h"
 
 static_assert(sizeof(nvme_admin_cmd) == 72);
@@ -26,8 +27,8 @@ std::string errorText(int error) {
   return strerror_r(error, buffer.data(), buffer.size());
 }
 
-/// Sends `command`, whose data goes to `buffer`. Both commands report under the name of the one:
-/// log scrapers match on it.
+/// Sends `command`, whose data goes to `buffer`. Both commands report under the name of the one.
+/// kept: docs/compatibility.md
 bool sendAdminCommand(int fd, nvme_admin_cmd& command, std::uint8_t* buffer, std::uint32_t length) {
   std::memset(buffer, 0, length);
   command.addr = reinterpret_cast<std::uintptr_t>(buffer);
@@ -52,7 +53,8 @@ bool sendAdminCommand(int fd, nvme_admin_cmd& command, std::uint8_t* buffer, std
 /// under the same name.
 ///
 /// The descriptor is a plain number, not an owner: it is closed only where a command sequence has
-/// succeeded, and stays open on every failure path, this one's included.
+/// succeeded, and stays open on every failure path, this one's included. kept:
+/// docs/compatibility.md
 int openController(const std::string& path) {
   const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK);
   if (fd < 0) {
@@ -107,7 +109,7 @@ bool SmartIo::nvme_read_log_page(int fd, std::uint8_t logIdentifier, std::uint8_
   if (!sendAdminCommand(fd, command, buffer, length)) {
     return false;
   }
-  close(fd);
+  UniqueFd(fd).reset();
   return true;
 }
 
@@ -146,12 +148,12 @@ bool SmartIo::getIdentifyNVMeData(const std::string& path, IdentifyData& identif
   const UniqueFd node(fd);
   using namespace nvme::controller;
   identify.identifySource |= IDENTIFIED_BY_NVME;
-  identify.model = Utils::trimmedField(data.data(), kModelOffset, kModelLength);
+  identify.model = bytes::trimmedField(data.data(), kModelOffset, kModelLength);
   Log(LOG_LEVEL_DEBUG, "Model Number: %s", identify.model.c_str());
   identify.serialNumber =
-      Utils::trimmedField(data.data(), kSerialNumberOffset, kSerialNumberLength);
+      bytes::trimmedField(data.data(), kSerialNumberOffset, kSerialNumberLength);
   Log(LOG_LEVEL_DEBUG, "Serial Number: %s", identify.serialNumber.c_str());
-  identify.firmwareVersion = Utils::trimmedField(data.data(), kFirmwareOffset, kFirmwareLength);
+  identify.firmwareVersion = bytes::trimmedField(data.data(), kFirmwareOffset, kFirmwareLength);
   Log(LOG_LEVEL_DEBUG, "Firmware Version: %s", identify.firmwareVersion.c_str());
   return true;
 }

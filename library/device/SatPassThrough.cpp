@@ -1,3 +1,5 @@
+// SmartIo: ATA log pages through SCSI/ATA translation.
+
 #include <array>
 #include <cerrno>
 #include <cstdio>

@@ -1,16 +1,14 @@
-#include "device/Utils.h"
+#include "device/Bytes.h"
 
 #include <array>
 #include <numeric>
 
 #include <gtest/gtest.h>
 
-#include "device/Bytes.h"
-
 namespace {
 
 std::string trimmed(std::string text) {
-  Utils::trim(text);
+  bytes::trim(text);
   return text;
 }
 
@@ -39,26 +37,26 @@ TEST(Trim, KeepsEverythingThatIsNotABlank) {
 
 TEST(TrimmedField, LiesBetweenItsBounds) {
   const auto* data = reinterpret_cast<const std::uint8_t*>("xx A B yy");
-  EXPECT_EQ(Utils::trimmedField(data, 2, 5), "A B");
-  EXPECT_EQ(Utils::trimmedField(data, 0, 9), "xx A B yy");
-  EXPECT_EQ(Utils::trimmedField(data, 2, 1), "");
+  EXPECT_EQ(bytes::trimmedField(data, 2, 5), "A B");
+  EXPECT_EQ(bytes::trimmedField(data, 0, 9), "xx A B yy");
+  EXPECT_EQ(bytes::trimmedField(data, 2, 1), "");
 }
 
 TEST(Checksum, IsGoodForBytesThatSumToNoughtModulo256) {
   std::array<unsigned char, 512> sector{};
-  EXPECT_TRUE(Utils::checksum(sector.data(), 512));
+  EXPECT_TRUE(bytes::checksum(sector.data(), 512));
   sector.fill(0xFF);
-  EXPECT_TRUE(Utils::checksum(sector.data(), 512));
-  EXPECT_FALSE(Utils::checksum(sector.data(), 511));
+  EXPECT_TRUE(bytes::checksum(sector.data(), 512));
+  EXPECT_FALSE(bytes::checksum(sector.data(), 511));
   const unsigned char pair[] = {0x01, 0xFF};
-  EXPECT_TRUE(Utils::checksum(pair, 2));
-  EXPECT_FALSE(Utils::checksum(pair, 1));
+  EXPECT_TRUE(bytes::checksum(pair, 2));
+  EXPECT_FALSE(bytes::checksum(pair, 1));
 }
 
 TEST(Checksum, IsGoodForNoBytes) {
   const unsigned char one = 1;
-  EXPECT_TRUE(Utils::checksum(&one, 0));
-  EXPECT_TRUE(Utils::checksum(nullptr, 0));
+  EXPECT_TRUE(bytes::checksum(&one, 0));
+  EXPECT_TRUE(bytes::checksum(nullptr, 0));
 }
 
 TEST(Bytes, AreReadLeastSignificantFirst) {
