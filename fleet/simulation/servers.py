@@ -77,6 +77,14 @@ class Servers(contextlib.ExitStack):
         self.data = self.folder / "data"
         self.processes = []
 
+    def __exit__(self, *details):
+        # A second Ctrl-C must not keep the first from cleaning up.
+        before = signal.signal(signal.SIGINT, signal.SIG_IGN)
+        try:
+            return super().__exit__(*details)
+        finally:
+            signal.signal(signal.SIGINT, before)
+
     @property
     def url(self):
         return f"http://127.0.0.1:{self.port}"
