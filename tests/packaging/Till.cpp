@@ -127,14 +127,13 @@ void Till::storeInSfcb(const Subscription& subscription) {
 }
 
 void Till::storeInPegasus(const Subscription& subscription) {
-  const std::string interop = read("interop") + ":";
   const std::string filter = pegasusPath("CIM_IndicationFilter", subscription.filter);
   const std::string handler = pegasusPath("CIM_ListenerDestinationCIMXML", subscription.handler);
   std::ofstream(root() + "/instances", std::ios::app)
       << filter << "|SELECT * FROM KAV_SSDLifeMonitorFailureImminent\n"
       << handler << "|\n"
-      << "CIM_IndicationSubscription.Filter=" << quoted(interop + filter)
-      << ",Handler=" << quoted(interop + handler) << "|\n";
+      << "CIM_IndicationSubscription.Filter=" << quoted(filter) << ",Handler=" << quoted(handler)
+      << "|\n";
 }
 
 void Till::installSystemd(const std::string& unit) {

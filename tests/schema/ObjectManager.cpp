@@ -165,7 +165,11 @@ void ObjectManager::judge(const httplib::Request& request, const pugi::xml_node&
 void ObjectManager::perform(const pugi::xml_node& call, pugi::xml_node reply,
                             const std::string& body) {
   const std::string method = call.attribute("NAME").value();
-  if (namespaceOf(call) != interop_) {
+  if (method == "GetClass") {
+    if (classForgotten_) {
+      refuse(reply, 6, "CIM_ERR_NOT_FOUND: KAV_SSDLifeMonitorFailureImminent");
+    }
+  } else if (namespaceOf(call) != interop_) {
     refuse(reply, 3, "no such namespace");
   } else if (method == "CreateInstance") {
     create(call, reply, body);
@@ -226,10 +230,12 @@ void ObjectManager::remove(const pugi::xml_node& call, pugi::xml_node reply) {
   const std::string name = text(parameter(call, "InstanceName").first_child());
   const auto found = std::find_if(held_.begin(), held_.end(),
                                   [&](const Held& one) { return one.instanceName == name; });
-  if (found == held_.end() ||
-      (classForgotten_ && found->className == "CIM_IndicationSubscription")) {
+  if (found == held_.end()) {
     refuse(reply, 6, "not found");
     return;
+  }
+  if (classForgotten_ && found->className == "CIM_IndicationSubscription") {
+    complaints_.push_back("a subscription without its class was deleted");
   }
   for (const Held& one : held_) {
     if (one.instanceName != name && one.instanceName.find(name) != std::string::npos) {

@@ -43,8 +43,8 @@ class ObjectManager {
   void meanwhile(const std::string& method, const std::string& className,
                  std::function<void()> action);
 
-  // As OpenPegasus 2.14 does while the indication's class is missing: subscriptions are listed, and
-  // deleting one answers 6.
+  // As OpenPegasus 2.14.4 does while the indication's class is missing: subscriptions are listed,
+  // and one that is deleted brings the server down later, which is a complaint here.
   void forgetIndicationClass();
 
  private:

@@ -176,11 +176,12 @@ TEST_F(SubscribeScript, SaysInOneLineWhatTheIndicationsClassIsNeededFor) {
   for (const char* arguments : {"remove", "remove 'http://one:5990/?a=1&b=2'"}) {
     const Outcome outcome = ask(manager, arguments);
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_EQ(outcome.output, "subscribe: " + manager.url() +
-                                  " cannot delete the subscription of http://one:5990/?a=1&b=2 "
-                                  "without the indication's class: run 'ssddrv-register install', "
-                                  "then remove again\n");
+    EXPECT_EQ(outcome.output,
+              "subscribe: cannot remove http://one:5990/?a=1&b=2 without the indication's class: "
+              "run 'ssddrv-register install', then remove again\n");
   }
+  EXPECT_EQ(manager.held().size(), 3U);
+  EXPECT_THAT(manager.complaints(), IsEmpty());
 }
 
 TEST_F(SubscribeScript, SaysThatNobodyAnswers) {
