@@ -25,7 +25,7 @@ bool SsdDevice::initialise(const IdentifyData& identify, const std::string& phys
                            const std::string& devPath, ISsdDeviceListener* listener,
                            const ModelTable& models) {
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat"  // "0x%08p": log scrapers match on the doubled "0x"
+#pragma GCC diagnostic ignored "-Wformat"  // "0x%08p". kept: docs/compatibility.md
   Log(LOG_LEVEL_TRACE, "SsdDevice::initialise - drive %s devPath %s, listener=0x%08p",
       physicalDrive.c_str(), devPath.c_str(), static_cast<void*>(listener));
 #pragma GCC diagnostic pop
@@ -64,7 +64,7 @@ void SsdDevice::chooseAlgorithm(std::uint32_t identifySource, const ModelTable& 
     return;
   }
   _percentageUsedSource = STANDARD_STATISTIC;
-  // "defult" and the name of no row: log scrapers match on these texts.
+  // "defult". kept: docs/compatibility.md
   if ((identifySource & IDENTIFIED_BY_NVME) != 0) {
     _ssdAlgorithm = findAlgorithm(*_supportedModels, kDefaultNvmeModel);
     LogQuick(LOG_LEVEL_DEBUG, "using defult DEF_SSDNVME_LOG_ALGO Statistics Log algo");

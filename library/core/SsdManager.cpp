@@ -116,7 +116,7 @@ void SsdManager::SsdDeviceFailureImminent(SsdDevice& device) {
   const std::string& serialNumber = device.serialNumber();
   const std::string& physicalDrive = device.physicalDrive();
   const std::uint8_t percentageUsed = device.percentageUsed();
-  // "%used=%d" is "%u" and "sed=%d": the percentage serves both.
+  // "%used=%d" is "%u" and "sed=%d": the percentage serves both. kept: docs/compatibility.md
   Log(LOG_LEVEL_DEBUG,
       "SsdManager::SsdDeviceFailureImminent: Model=%ls, SerialNo=%ls, PhysicalDrive=%ls, %used=%d",
       WideView(model).text(), WideView(serialNumber).text(), WideView(physicalDrive).text(),

@@ -74,7 +74,7 @@ void FileLogHandler::GetConfig() {
         fileName = value;
       }
     } else if (key == "IsConsole") {
-      // Can only be turned on: there is no value for "no".
+      // No value turns it off. kept: docs/compatibility.md
       isConsole = isConsole || meansYes(value);
     } else if (key == "Level") {
       const auto number = parseUnsigned(value);
