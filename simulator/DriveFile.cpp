@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string_view>
 #include <utility>
 
 #include "simulator/AtaFormat.h"
@@ -40,16 +41,28 @@ void readBytes(JsonObject& object, const std::string& key, std::size_t size, Byt
   }
 }
 
-// A node's name, which must begin so: the simulator only looks after nodes that do.
-std::string readNode(JsonObject& object, std::string_view start) {
+// How the kernel names nodes: under other names nobody finds a drive.
+struct NodeNames {
+  std::string_view start;
+  std::string_view rest;  // of these characters is what follows
+  const char* words;
+};
+constexpr std::string_view kDigits = "0123456789";
+constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz";
+constexpr std::string_view kBoth = "0123456789abcdefghijklmnopqrstuvwxyz";
+constexpr NodeNames kDisks = {"sd", kLetters, "sda to sdz, sdaa and so on"};
+constexpr NodeNames kControllers = {"nvme", kDigits, "nvme0, nvme1 and so on"};
+constexpr NodeNames kRecordedDisks = {"sd", kBoth, "sda, nvme0, nvme0n1 and so on"};
+constexpr NodeNames kRecordedNvme = {"nvme", kBoth, "sda, nvme0, nvme0n1 and so on"};
+
+std::string readNode(JsonObject& object, const NodeNames& names) {
   const JsonValue value = object.need("node");
   const std::string node = value.text();
-  const bool named = node.size() > start.size() && node.compare(0, start.size(), start) == 0 &&
-                     std::all_of(node.begin(), node.end(), [](char c) {
-                       return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
-                     });
-  if (!named) {
-    value.fail("name of a node expected that begins with \"" + std::string(start) + "\"");
+  const bool started = node.compare(0, names.start.size(), names.start) == 0;
+  const std::string rest = started ? node.substr(names.start.size()) : "";
+  const bool leadingZero = names.rest == kDigits && rest.size() > 1 && rest[0] == '0';
+  if (rest.empty() || leadingZero || rest.find_first_not_of(names.rest) != std::string::npos) {
+    value.fail(std::string(names.words) + " expected, found \"" + node + '"');
   }
   return node;
 }
@@ -115,6 +128,10 @@ std::optional<FileContent> parseRemovable(JsonObject& object) {
     file.finish();
     return FileContent(error);
   }
+  if (!value->json().is_string()) {
+    value->fail("true, false, null, the file's text or {\"errno\": ...} expected, found " +
+                value->json().dump());
+  }
   return FileContent(value->text());
 }
 
@@ -157,16 +174,8 @@ void parseSmart(const JsonValue& value, AtaDescription& drive) {
 std::uint8_t parseFlags(const JsonValue& value) {
   std::uint8_t flags = 0;
   for (const JsonValue& flag : value.list()) {
-    const std::string name = flag.text();
-    if (name == "supported") {
-      flags |= ata::kFlagSupported;
-    } else if (name == "valid") {
-      flags |= ata::kFlagValid;
-    } else if (name == "normalized") {
-      flags |= ata::kFlagNormalized;
-    } else {
-      flag.fail("supported, valid or normalized expected");
-    }
+    constexpr std::uint8_t kFlags[] = {ata::kFlagSupported, ata::kFlagValid, ata::kFlagNormalized};
+    flags |= kFlags[flag.oneOf({"supported", "valid", "normalized"})];
   }
   return flags;
 }
@@ -235,7 +244,7 @@ void addHours(const JsonValue& value, AtaDescription& drive) {
 
 AtaDescription parseAta(JsonObject& object) {
   AtaDescription drive;
-  drive.node = readNode(object, "sd");
+  drive.node = readNode(object, kDisks);
   readText(object, "model", ata::kModelWidth, drive.model);
   readText(object, "serial", ata::kSerialNumberWidth, drive.serial);
   readText(object, "firmware", ata::kFirmwareWidth, drive.firmware);
@@ -297,7 +306,7 @@ void parseNamespaces(JsonObject& object, NvmeDescription& drive) {
 
 NvmeDescription parseNvme(JsonObject& object) {
   NvmeDescription drive;
-  drive.node = readNode(object, "nvme");
+  drive.node = readNode(object, kControllers);
   readText(object, "model", nvme::kModelWidth, drive.model);
   readText(object, "serial", nvme::kSerialNumberWidth, drive.serial);
   readText(object, "firmware", nvme::kFirmwareWidth, drive.firmware);
@@ -330,21 +339,23 @@ NvmeDescription parseNvme(JsonObject& object) {
 DriveDescription parseDrive(const JsonValue& value) {
   JsonObject object(value);
   object.find("comment");
-  const JsonValue kindValue = object.need("kind");
-  const std::string kind = kindValue.text();
   DriveDescription description;
-  if (kind == "sata") {
-    description = {parseAta(object), parseRemovable(object)};
-  } else if (kind == "nvme") {
-    description = {parseNvme(object), std::nullopt};
-  } else if (kind == "scsi") {
-    description = {ScsiDescription{readNode(object, "sd")}, parseRemovable(object)};
-  } else if (kind == "recorded") {
-    const bool disk = object.need("node").text().compare(0, 2, "sd") == 0;
-    description.drive = parseRecorded(object, readNode(object, disk ? "sd" : "nvme"));
-    description.removable = disk ? parseRemovable(object) : std::nullopt;
-  } else {
-    kindValue.fail("sata, nvme, scsi or recorded expected");
+  switch (object.need("kind").oneOf({"sata", "nvme", "scsi", "recorded"})) {
+    case 0:
+      description = {parseAta(object), parseRemovable(object)};
+      break;
+    case 1:
+      description = {parseNvme(object), std::nullopt};
+      break;
+    case 2:
+      description = {ScsiDescription{readNode(object, kDisks)}, parseRemovable(object)};
+      break;
+    default: {
+      const bool disk = object.need("node").text().compare(0, 2, "sd") == 0;
+      description.drive =
+          parseRecorded(object, readNode(object, disk ? kRecordedDisks : kRecordedNvme));
+      description.removable = disk ? parseRemovable(object) : std::nullopt;
+    }
   }
   object.finish();
   return description;

@@ -23,13 +23,12 @@ static_assert(sizeof(nvme_admin_cmd) == 72);
 
 namespace {
 
-constexpr std::array<std::pair<RequestKind, std::string_view>, 6> kRequestKinds{{
+constexpr std::array<std::pair<RequestKind, std::string_view>, 5> kRequestKinds{{
     {RequestKind::hdioGetIdentity, "HDIO_GET_IDENTITY"},
     {RequestKind::hdioDriveCmd, "HDIO_DRIVE_CMD"},
     {RequestKind::sgIo, "SG_IO"},
     {RequestKind::nvmeId, "NVME_IOCTL_ID"},
     {RequestKind::nvmeAdmin, "NVME_IOCTL_ADMIN_CMD"},
-    {RequestKind::other, "other"},
 }};
 
 RequestKind kindOf(unsigned long number) {
@@ -109,13 +108,12 @@ std::string_view name(RequestKind kind) {
   return "other";
 }
 
-std::optional<RequestKind> requestKind(std::string_view name) {
-  for (const auto& [value, text] : kRequestKinds) {
-    if (text == name) {
-      return value;
-    }
+std::vector<std::string_view> requestNames() {
+  std::vector<std::string_view> names;
+  for (const auto& [kind, text] : kRequestKinds) {
+    names.push_back(text);
   }
-  return std::nullopt;
+  return names;
 }
 
 DriveRequest decodeRequest(unsigned long number, void* argument) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "simulator/Bytes.h"
 
@@ -13,7 +14,8 @@ enum class RequestKind { hdioGetIdentity, hdioDriveCmd, sgIo, nvmeId, nvmeAdmin,
 
 // The names that machine files and the journal use: "SG_IO" and so on; "other" for the rest.
 std::string_view name(RequestKind kind);
-std::optional<RequestKind> requestKind(std::string_view name);
+// Those of all kinds but "other", in their order.
+std::vector<std::string_view> requestNames();
 
 // One ioctl on a drive's node, as far as it can be told from the outside: the call itself, and what
 // the caller asks of the drive. The optional fields hold what the request carries.

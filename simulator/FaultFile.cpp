@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -51,13 +52,10 @@ void read(JsonObject& object, const std::string& key, std::optional<Integer>& in
 }
 
 const FaultyCall& parseCall(const JsonValue& value) {
-  const std::string name = value.text();
-  for (const FaultyCall& call : kCalls) {
-    if (call.name == name) {
-      return call;
-    }
-  }
-  value.fail("\"" + name + "\" is no call that the simulator can make fail");
+  std::vector<std::string_view> names;
+  std::transform(kCalls.begin(), kCalls.end(), std::back_inserter(names),
+                 [](const FaultyCall& call) { return call.name; });
+  return kCalls[value.oneOf(names)];
 }
 
 void parsePath(JsonObject& object, const MachineDescription& machine, FaultPattern& pattern) {
@@ -92,10 +90,7 @@ FaultPattern parsePattern(JsonObject& object, const MachineDescription& machine)
     return pattern;
   }
   if (const auto request = object.find("request")) {
-    pattern.request = requestKind(request->text());
-    if (!pattern.request) {
-      request->fail("name of an ioctl expected");
-    }
+    pattern.request = parseRequestKind(*request);
   }
   read(object, "command", pattern.command);
   read(object, "feature", pattern.feature);
@@ -107,13 +102,10 @@ FaultPattern parsePattern(JsonObject& object, const MachineDescription& machine)
 
 int parseReturn(const JsonValue& value, const std::string& call) {
   if (call == "glob") {
-    const std::string name = value.text();
-    for (const auto& [text, result] : kGlobResults) {
-      if (text == name) {
-        return result;
-      }
-    }
-    value.fail("GLOB_NOSPACE, GLOB_ABORTED or GLOB_NOMATCH expected");
+    std::vector<std::string_view> names;
+    std::transform(kGlobResults.begin(), kGlobResults.end(), std::back_inserter(names),
+                   [](const auto& result) { return result.first; });
+    return kGlobResults[value.oneOf(names)].second;
   }
   return static_cast<int>(value.integer(0, 0x7fffffff));
 }

@@ -1,5 +1,6 @@
 #include "simulator/JsonReader.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <limits>
@@ -30,6 +31,19 @@ std::string kindOf(const json& value) {
   }
 }
 
+// "a, b or c".
+template <typename Words>
+std::string joined(const Words& words, const std::string& last) {
+  std::string text;
+  std::size_t left = words.size();
+  for (const auto& word : words) {
+    text += word;
+    --left;
+    text += left == 0 ? "" : (left == 1 ? last : ", ");
+  }
+  return text;
+}
+
 std::optional<std::uint64_t> number(std::string_view text) {
   int base = 10;
   if (text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X") {
@@ -56,6 +70,72 @@ bool append(Wide& value, unsigned digit) {
   value.high = value.high * 10 + carry;
   value.low = middle << 32 | (low & kHalf);
   return true;
+}
+
+// Where the parser is, to name the place of a key that is given twice.
+class Places {
+ public:
+  void follow(json::parse_event_t event, const json& parsed) {
+    switch (event) {
+      case json::parse_event_t::object_start:
+      case json::parse_event_t::array_start:
+        levels_.push_back({event == json::parse_event_t::array_start, 0, "", {}});
+        return;
+      case json::parse_event_t::key:
+        takeKey(parsed.get<std::string>());
+        return;
+      case json::parse_event_t::object_end:
+      case json::parse_event_t::array_end:
+        levels_.pop_back();
+        break;
+      case json::parse_event_t::value:
+        break;
+    }
+    if (!levels_.empty()) {
+      ++levels_.back().index;
+    }
+  }
+
+ private:
+  struct Level {
+    bool list;
+    std::size_t index;
+    std::string key;
+    std::set<std::string> keys;
+  };
+
+  void takeKey(const std::string& key) {
+    levels_.back().key = key;
+    if (!levels_.back().keys.insert(key).second) {
+      throw MachineFileError(place() + ": key given twice");
+    }
+  }
+
+  [[nodiscard]] std::string place() const {
+    std::string text;
+    for (const Level& level : levels_) {
+      if (level.list) {
+        text += '[' + std::to_string(level.index) + ']';
+      } else {
+        text += (text.empty() ? "" : ".") + level.key;
+      }
+    }
+    return text;
+  }
+
+  std::vector<Level> levels_;
+};
+
+// What the parser says, without its own name for it: " at line 1, column 2: ...".
+std::string reasonOf(const json::exception& error) {
+  const std::string text = error.what();
+  const std::string_view start = "parse error";
+  const std::size_t begin = text.find(start);
+  if (begin != std::string::npos) {
+    return text.substr(begin + start.size());
+  }
+  const std::size_t name = text.find("] ");
+  return ": " + (name == std::string::npos ? text : text.substr(name + 2));
 }
 
 }  // namespace
@@ -180,6 +260,15 @@ Bytes JsonValue::sparseBytes() const {
   return all;
 }
 
+std::size_t JsonValue::oneOf(const std::vector<std::string_view>& words) const {
+  const std::string word = text();
+  const auto found = std::find(words.begin(), words.end(), word);
+  if (found == words.end()) {
+    fail(joined(words, " or ") + " expected, found \"" + word + '"');
+  }
+  return static_cast<std::size_t>(found - words.begin());
+}
+
 int JsonValue::errnoName() const {
   const std::string name = text();
   const std::optional<int> value = errnoOf(name);
@@ -239,28 +328,21 @@ std::vector<std::pair<std::string, JsonValue>> JsonObject::members() {
 void JsonObject::finish() const {
   for (const auto& [key, member] : value_.json().items()) {
     if (asked_.count(key) == 0) {
-      JsonValue(member, placeOf(key)).fail("unknown key");
+      JsonValue(member, placeOf(key)).fail("unknown key; known are " + joined(asked_, " and "));
     }
   }
 }
 
 nlohmann::json parseJson(std::string_view text) {
-  std::vector<std::set<std::string>> open;
-  const auto watch = [&open](int /*depth*/, json::parse_event_t event, json& parsed) {
-    if (event == json::parse_event_t::object_start) {
-      open.emplace_back();
-    } else if (event == json::parse_event_t::object_end) {
-      open.pop_back();
-    } else if (event == json::parse_event_t::key &&
-               !open.back().insert(parsed.get<std::string>()).second) {
-      throw MachineFileError("key \"" + parsed.get<std::string>() + "\" is given twice");
-    }
+  Places places;
+  const auto watch = [&places](int /*depth*/, json::parse_event_t event, json& parsed) {
+    places.follow(event, parsed);
     return true;
   };
   try {
     return json::parse(text, watch);
-  } catch (const json::parse_error& error) {
-    throw MachineFileError(std::string("no valid JSON: ") + error.what());
+  } catch (const json::exception& error) {
+    throw MachineFileError("no valid JSON" + reasonOf(error));
   }
 }
 

@@ -47,6 +47,8 @@ class JsonValue {
   // elsewhere.
   [[nodiscard]] Bytes bytes() const;
   [[nodiscard]] Bytes bytes(std::size_t size) const;
+  // One of these words; names them otherwise.
+  [[nodiscard]] std::size_t oneOf(const std::vector<std::string_view>& words) const;
   // The name of an errno.
   [[nodiscard]] int errnoName() const;
   [[nodiscard]] std::vector<JsonValue> list() const;

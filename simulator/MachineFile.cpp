@@ -1,9 +1,11 @@
 #include "simulator/MachineFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
-#include <iterator>
 #include <set>
+#include <sstream>
+#include <system_error>
 #include <utility>
 
 namespace simulator {
@@ -35,8 +37,17 @@ std::string scalarText(const JsonValue& value) {
   return value.json().is_string() ? value.text() : value.json().dump();
 }
 
+// The keys that the library knows. Others are tried by the file's exact text.
+constexpr std::string_view kConfigKeys[] = {
+    "PollRate",         "PercentUsedThreshold", "SptLogAccess",
+    "DebugIndications", "DebugTraceAttributes", "DebugTraceLogs",
+    "ModelsFile"};
+constexpr std::string_view kLogConfigKeys[] = {"Level", "FileName", "MaxLength", "IsConsole"};
+
 // A key=value file: an object of keys, or its text exactly as it stands.
-std::optional<std::string> settingsFile(const std::optional<JsonValue>& value) {
+template <std::size_t count>
+std::optional<std::string> settingsFile(const std::optional<JsonValue>& value,
+                                        const std::string_view (&keys)[count]) {
   if (!value || value->json().is_null()) {
     return std::nullopt;
   }
@@ -44,7 +55,12 @@ std::optional<std::string> settingsFile(const std::optional<JsonValue>& value) {
     return value->text();
   }
   std::string lines;
-  for (const auto& [key, setting] : JsonObject(*value).members()) {
+  JsonObject object(*value);
+  for (const std::string_view key : keys) {
+    object.find(std::string(key));
+  }
+  object.finish();
+  for (const auto& [key, setting] : object.members()) {
     if (setting.json().is_structured() || setting.json().is_null()) {
       setting.fail("text, number, true or false expected");
     }
@@ -61,14 +77,33 @@ void parseTime(const JsonValue& value, MachineDescription& machine) {
   if (const auto calls = object.find("calls")) {
     machine.scaledCalls.clear();
     for (const JsonValue& call : calls->list()) {
-      const std::string name = call.text();
-      if (name != "usleep" && name != "nanosleep" && name != "clock_nanosleep") {
-        call.fail("usleep, nanosleep or clock_nanosleep expected");
-      }
-      machine.scaledCalls.push_back(name);
+      static_cast<void>(call.oneOf({"usleep", "nanosleep", "clock_nanosleep"}));
+      machine.scaledCalls.push_back(call.text());
     }
   }
   object.finish();
+}
+
+bool isBlockNameOf(const AnyDrive& drive, const std::string& name) {
+  const auto* const nvme = std::get_if<NvmeDescription>(&drive);
+  if (nvme == nullptr) {
+    return nodeOf(drive) == name;
+  }
+  return std::any_of(
+      nvme->activeNamespaces.begin(), nvme->activeNamespaces.end(),
+      [&](std::uint32_t id) { return nvme->node + 'n' + std::to_string(id) == name; });
+}
+
+// Whether a name in /sys/block is that of a drive of the machine, or of a block device of another
+// sort. The names of a recorded machine are those that were there, drives or not.
+bool isBlockName(const std::string& name, const MachineDescription& machine) {
+  const bool drive = name.compare(0, 2, "sd") == 0 || name.compare(0, 4, "nvme") == 0;
+  return !drive ||
+         std::any_of(machine.drives.begin(), machine.drives.end(),
+                     [&name](const DriveDescription& description) {
+                       return std::holds_alternative<RecordedDescription>(description.drive) ||
+                              isBlockNameOf(description.drive, name);
+                     });
 }
 
 void parseBlock(const JsonValue& value, MachineDescription& machine) {
@@ -78,6 +113,9 @@ void parseBlock(const JsonValue& value, MachineDescription& machine) {
   }
   machine.blockOrder.emplace();
   for (const JsonValue& name : value.list()) {
+    if (!isBlockName(name.text(), machine)) {
+      name.fail("the machine has no drive \"" + name.text() + "\"");
+    }
     machine.blockOrder->push_back(name.text());
   }
 }
@@ -104,10 +142,14 @@ MachineDescription parseMachine(std::string_view text) {
   if (const auto bios = object.find("bios")) {
     machine.bios = systemFile(*bios);
   }
-  machine.config = settingsFile(object.find("config"));
-  machine.logConfig = settingsFile(object.find("logConfig"));
+  machine.config = settingsFile(object.find("config"), kConfigKeys);
+  machine.logConfig = settingsFile(object.find("logConfig"), kLogConfigKeys);
   if (const auto directory = object.find("logDirectory")) {
     machine.logDirectory = directory->text();
+    if (machine.logDirectory.compare(0, 1, "/") != 0) {
+      directory->fail("a path that begins with \"/\" expected, found \"" + machine.logDirectory +
+                      '"');
+    }
   }
   if (const auto time = object.find("time")) {
     parseTime(*time, machine);
@@ -132,12 +174,13 @@ MachineDescription parseMachine(std::string_view text) {
 
 MachineDescription loadMachine(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    throw MachineFileError(path + ": cannot be opened");
+  std::ostringstream text;
+  // Opening a directory succeeds, reading it does not.
+  if (!file || !(text << file.rdbuf())) {
+    throw MachineFileError(path + " can't be read: " + std::generic_category().message(errno));
   }
-  const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   try {
-    return parseMachine(text);
+    return parseMachine(text.str());
   } catch (const MachineFileError& error) {
     throw MachineFileError(path + ": " + error.what());
   }

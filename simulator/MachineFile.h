@@ -8,8 +8,8 @@
 
 namespace simulator {
 
-// Reads a machine file (its format: simulator/machines/README.md). Throws MachineFileError with the place in
-// the file when anything is unknown, missing or out of range.
+// Reads a machine file (its format: simulator/machines/README.md). Throws MachineFileError with the
+// place in the file when anything is unknown, missing or out of range.
 MachineDescription parseMachine(std::string_view text);
 
 // The same for the file at path; messages begin with the path.
@@ -17,6 +17,7 @@ MachineDescription loadMachine(const std::string& path);
 
 // The parts of it, each with a source file of its own.
 DriveDescription parseDrive(const JsonValue& value);
+RequestKind parseRequestKind(const JsonValue& value);
 FaultDescription parseFault(const JsonValue& value, const MachineDescription& machine);
 RecordedDescription parseRecorded(JsonObject& object, std::string node);
 

@@ -50,12 +50,7 @@ RecordedAnswer parseAnswer(const JsonValue& value) {
 RecordedRequest parseRequest(const JsonValue& value) {
   JsonObject object(value);
   RecordedRequest request;
-  const JsonValue kind = object.need("request");
-  const std::optional<RequestKind> known = requestKind(kind.text());
-  if (!known || *known == RequestKind::other) {
-    kind.fail("name of an ioctl expected");
-  }
-  request.kind = *known;
+  request.kind = parseRequestKind(object.need("request"));
   if (const auto sent = object.find("sent")) {
     request.sent = sent->bytes();
   }
@@ -71,6 +66,10 @@ RecordedRequest parseRequest(const JsonValue& value) {
 }
 
 }  // namespace
+
+RequestKind parseRequestKind(const JsonValue& value) {
+  return static_cast<RequestKind>(value.oneOf(requestNames()));
+}
 
 RecordedDescription parseRecorded(JsonObject& object, std::string node) {
   RecordedDescription drive;

@@ -62,6 +62,24 @@ __attribute__((constructor)) void startEarly() { session(); }
 
 }  // namespace
 
+}  // namespace simulator
+
+// What is wrong with a machine file, in one line; null if nothing is. For programs that want to
+// know it before they start one on the machine; its presence tells that the simulator is there.
+extern "C" __attribute__((visibility("default"))) const char* vekssdsimProblem(const char* path);
+extern "C" const char* vekssdsimProblem(const char* path) {
+  static std::string problem;
+  try {
+    simulator::loadMachine(path);
+    return nullptr;
+  } catch (const std::exception& error) {
+    problem = error.what();
+    return problem.c_str();
+  }
+}
+
+namespace simulator {
+
 Session* session() {
   switch (state.load(std::memory_order_acquire)) {
     case State::running:

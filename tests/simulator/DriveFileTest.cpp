@@ -82,6 +82,9 @@ TEST(DriveFile, RemovableFileIsTextTruthMissingOrOutOfReach) {
   EXPECT_EQ(std::get<int>(removable(R"({"errno": "EACCES"})")), EACCES);
   EXPECT_EQ(std::get<std::string>(*drive(R"({"kind": "scsi", "node": "sda"})").removable), "0\n");
   EXPECT_FALSE(drive(R"({"kind": "nvme", "node": "nvme0"})").removable);
+  EXPECT_EQ(driveProblem(R"({"kind": "scsi", "node": "sda", "removable": 1})"),
+            "drives[0].removable: true, false, null, the file's text or {\"errno\": ...} expected, "
+            "found 1");
 }
 
 TEST(DriveFile, HoursAreAttributeNine) {
@@ -140,8 +143,9 @@ TEST(DriveFile, StatisticsHavePagesNumberFlagsAndPercentage) {
   EXPECT_FALSE(sata(R"(, "statistics": false)").statistics);
   EXPECT_EQ(sataProblem(R"(, "wear": 3, "statistics": {"percentageUsed": 33})"),
             "drives[0].statistics.percentageUsed: the drive's \"wear\" says this already");
-  EXPECT_EQ(sataProblem(R"(, "statistics": {"flags": ["good"]})"),
-            "drives[0].statistics.flags[0]: supported, valid or normalized expected");
+  EXPECT_EQ(
+      sataProblem(R"(, "statistics": {"flags": ["good"]})"),
+      "drives[0].statistics.flags[0]: supported, valid or normalized expected, found \"good\"");
 }
 
 TEST(DriveFile, WearMovesInAnyOfItsForms) {
@@ -164,7 +168,7 @@ TEST(DriveFile, WearThatMakesNoSenseIsRefused) {
             "drives[0].wear.schedule[0]: [seconds, percent] expected");
   EXPECT_EQ(sataProblem(R"(, "wear": {"start": 5})"), "drives[0].wear: \"perSecond\" is missing");
   EXPECT_EQ(sataProblem(R"(, "wear": {"readings": [1], "start": 5})"),
-            "drives[0].wear.start: unknown key");
+            "drives[0].wear.start: unknown key; known are readings");
 }
 
 TEST(DriveFile, RawBytesAreHexAListOrSparse) {
@@ -269,23 +273,29 @@ TEST(DriveFile, RecordedRequestsWithoutAnswersAreRefused) {
   };
   EXPECT_EQ(problem(R"({"request": "SG_IO", "answers": []})"),
             "drives[0].requests[0].answers: at least one answer expected");
-  EXPECT_EQ(problem(R"({"request": "other", "answers": [{}]})"),
-            "drives[0].requests[0].request: name of an ioctl expected");
+  EXPECT_EQ(
+      problem(R"({"request": "other", "answers": [{}]})"),
+      "drives[0].requests[0].request: HDIO_GET_IDENTITY, HDIO_DRIVE_CMD, SG_IO, NVME_IOCTL_ID or "
+      "NVME_IOCTL_ADMIN_CMD expected, found \"other\"");
   EXPECT_EQ(problem(R"({"request": "SG_IO", "answers": [{"errno": "EIO", "return": 0}]})"),
             "drives[0].requests[0].answers[0].return: an answer with an errno has no other result");
 }
 
-TEST(DriveFile, NodesBeginAsTheKernelNamesThem) {
-  EXPECT_EQ(driveProblem(R"({"kind": "sata", "node": "hda"})"),
-            "drives[0].node: name of a node expected that begins with \"sd\"");
-  EXPECT_EQ(driveProblem(R"({"kind": "sata", "node": "sd"})"),
-            "drives[0].node: name of a node expected that begins with \"sd\"");
-  EXPECT_EQ(driveProblem(R"({"kind": "nvme", "node": "sda"})"),
-            "drives[0].node: name of a node expected that begins with \"nvme\"");
-  EXPECT_EQ(driveProblem(R"({"kind": "scsi", "node": "sda/.."})"),
-            "drives[0].node: name of a node expected that begins with \"sd\"");
+TEST(DriveFile, NodesAreNamedAsTheKernelNamesThem) {
+  for (const char* const node : {"hda", "sd", "sda1", "sdA", "sda/..", ""}) {
+    EXPECT_EQ(
+        driveProblem(R"({"kind": "sata", "node": ")" + std::string(node) + "\"}"),
+        "drives[0].node: sda to sdz, sdaa and so on expected, found \"" + std::string(node) + '"');
+  }
+  for (const char* const node : {"sda", "nvme", "nvme00", "nvme01", "nvme0n1"}) {
+    EXPECT_EQ(
+        driveProblem(R"({"kind": "nvme", "node": ")" + std::string(node) + "\"}"),
+        "drives[0].node: nvme0, nvme1 and so on expected, found \"" + std::string(node) + '"');
+  }
+  EXPECT_EQ(driveProblem(R"({"kind": "nvme", "node": "nvme10"})"), "none");
+  EXPECT_EQ(driveProblem(R"({"kind": "recorded", "node": "nvme0n1", "requests": []})"), "none");
   EXPECT_EQ(driveProblem(R"({"kind": "tape", "node": "st0"})"),
-            "drives[0].kind: sata, nvme, scsi or recorded expected");
+            "drives[0].kind: sata, nvme, scsi or recorded expected, found \"tape\"");
 }
 
 }  // namespace

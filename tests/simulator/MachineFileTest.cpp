@@ -45,13 +45,19 @@ TEST(MachineFile, BiosVersionEndsInALineFeedUnlessItsContentIsExact) {
 }
 
 TEST(MachineFile, ConfigurationIsAnObjectOfKeysOrItsExactText) {
-  EXPECT_EQ(with(R"("config": {"PercentUsedThreshold": 90, "PollRate": "1", "X": true})").config,
-            "PercentUsedThreshold=90\nPollRate=1\nX=true\n");
+  EXPECT_EQ(with(R"("config": {"PercentUsedThreshold": 90, "PollRate": "1", "SptLogAccess": true})")
+                .config,
+            "PercentUsedThreshold=90\nPollRate=1\nSptLogAccess=true\n");
   EXPECT_EQ(with(R"("config": "PollRate=20")").config, "PollRate=20");
   EXPECT_EQ(with(R"("config": null)").config, std::nullopt);
   EXPECT_EQ(with(R"("logConfig": {"Level": 4})").logConfig, "Level=4\n");
   EXPECT_EQ(problemOf(R"({"name": "m", "config": {"PollRate": []}})"),
             "config.PollRate: text, number, true or false expected");
+  EXPECT_EQ(problemOf(R"({"name": "m", "config": {"Pollrate": 1}})"),
+            "config.Pollrate: unknown key; known are DebugIndications, DebugTraceAttributes, "
+            "DebugTraceLogs, ModelsFile, PercentUsedThreshold, PollRate and SptLogAccess");
+  EXPECT_EQ(problemOf(R"({"name": "m", "logConfig": {"level": 1}})"),
+            "logConfig.level: unknown key; known are FileName, IsConsole, Level and MaxLength");
 }
 
 TEST(MachineFile, TimeScalesUsleepAndWhatElseIsNamed) {
@@ -63,15 +69,21 @@ TEST(MachineFile, TimeScalesUsleepAndWhatElseIsNamed) {
   EXPECT_EQ(problemOf(R"({"name": "m", "time": {"scale": 0}})"),
             "time.scale: number from 0.001 to 1000000000.0 expected, found 0");
   EXPECT_EQ(problemOf(R"({"name": "m", "time": {"calls": ["sleep"]}})"),
-            "time.calls[0]: usleep, nanosleep or clock_nanosleep expected");
+            "time.calls[0]: usleep, nanosleep or clock_nanosleep expected, found \"sleep\"");
 }
 
 TEST(MachineFile, UnknownKeysAreRefusedWithTheirPlace) {
-  EXPECT_EQ(problemOf(R"({"name": "m", "drive": []})"), "drive: unknown key");
-  EXPECT_EQ(problemOf(R"({"name": "m", "time": {"skale": 2}})"), "time.skale: unknown key");
+  EXPECT_EQ(
+      problemOf(R"({"name": "m", "drive": []})"),
+      "drive: unknown key; known are bios, block, comment, config, drives, faults, logConfig, "
+      "logDirectory, name, privileged and time");
+  EXPECT_EQ(problemOf(R"({"name": "m", "time": {"skale": 2}})"),
+            "time.skale: unknown key; known are calls and scale");
   EXPECT_EQ(problemOf(R"({"name": "m", "drives": [{"kind": "nvme", "node": "nvme0"},
                           {"kind": "sata", "node": "sda", "rotations": 1}]})"),
-            "drives[1].rotations: unknown key");
+            "drives[1].rotations: unknown key; known are comment, firmware, generalPurposeLogs, "
+            "gigabytes, hours, kind, majorVersion, model, node, raw, removable, rotation, serial, "
+            "smart, statistics and wear");
 }
 
 TEST(MachineFile, CommentsMayStandInMachineDriveAndFault) {
@@ -92,13 +104,19 @@ TEST(MachineFile, WrongKindsOfValueAreNamedAsFound) {
 }
 
 TEST(MachineFile, KeysGivenTwiceAreRefused) {
-  EXPECT_EQ(problemOf(R"({"name": "m", "name": "n"})"), "key \"name\" is given twice");
-  EXPECT_EQ(problemOf(R"({"name": "m", "time": {"scale": 1}, "config": {"scale": 1}})"), "none");
+  EXPECT_EQ(problemOf(R"({"name": "m", "name": "n"})"), "name: key given twice");
+  EXPECT_EQ(problemOf(R"({"name": "m", "drives": [{"raw": [{}, []], "node": "sda"}, {"raw":
+                {"at": {"0": [1, {"x": 2}], "1": 3, "1": 4}}}]})"),
+            "drives[1].raw.at.1: key given twice");
+  EXPECT_EQ(problemOf(R"({"name": "m", "time": {"scale": 1}, "comment": {"scale": 1}})"), "none");
 }
 
 TEST(MachineFile, TextThatIsNoJsonIsRefusedWithThePosition) {
-  EXPECT_NE(problemOf("{").find("no valid JSON: "), std::string::npos);
-  EXPECT_NE(problemOf("{\n\"name\": }").find("line 2"), std::string::npos);
+  EXPECT_EQ(problemOf("{"),
+            "no valid JSON at line 1, column 2: syntax error while parsing object key - unexpected "
+            "end of input; expected string literal");
+  EXPECT_NE(problemOf("{\n\"name\": }").find("at line 2, column 9: "), std::string::npos);
+  EXPECT_EQ(problemOf(R"({"name": 1e999})"), "no valid JSON: number overflow parsing '1e999'");
 }
 
 TEST(MachineFile, TwoDrivesCannotShareANode) {
@@ -107,12 +125,38 @@ TEST(MachineFile, TwoDrivesCannotShareANode) {
             "drives[1]: a second drive with the node \"sda\"");
 }
 
-TEST(MachineFile, ThatCannotBeOpenedIsNamed) {
-  try {
-    loadMachine("/nowhere/machine.json");
-    FAIL();
-  } catch (const MachineFileError& error) {
-    EXPECT_STREQ(error.what(), "/nowhere/machine.json: cannot be opened");
+TEST(MachineFile, TheBlockDirectoryNamesDrivesThatThereAre) {
+  const auto problem = [](const std::string& block) {
+    return problemOf(R"({"name": "m", "block": [)" + block + R"(], "drives": [
+        {"kind": "sata", "node": "sda"},
+        {"kind": "nvme", "node": "nvme0", "namespaces": 3, "activeNamespaces": [1, 3]}]})");
+  };
+  EXPECT_EQ(problem(R"("loop0", "nvme0n3", "sda", "nvme0n1")"), "none");
+  EXPECT_EQ(problem(R"("sda", "sdb")"), "block[1]: the machine has no drive \"sdb\"");
+  EXPECT_EQ(problem(R"("nvme0n2")"), "block[0]: the machine has no drive \"nvme0n2\"");
+  EXPECT_EQ(problem(R"("nvme0")"), "block[0]: the machine has no drive \"nvme0\"");
+  // What else a recorded machine had there was no drive to the program that was recorded.
+  EXPECT_EQ(problemOf(R"({"name": "m", "block": ["sda", "sdb"], "drives": [
+                {"kind": "recorded", "node": "sda", "requests": []}]})"),
+            "none");
+}
+
+TEST(MachineFile, TheLogDirectoryIsAnAbsolutePath) {
+  EXPECT_EQ(with(R"("logDirectory": "/tmp")").logDirectory, "/tmp");
+  EXPECT_EQ(problemOf(R"({"name": "m", "logDirectory": "logs"})"),
+            "logDirectory: a path that begins with \"/\" expected, found \"logs\"");
+}
+
+TEST(MachineFile, ThatCannotBeReadIsNamed) {
+  for (const auto& [path, reason] :
+       {std::pair("/nowhere/machine.json", "No such file or directory"),
+        std::pair("/tmp", "Is a directory")}) {
+    try {
+      loadMachine(path);
+      FAIL() << path;
+    } catch (const MachineFileError& error) {
+      EXPECT_EQ(error.what(), std::string(path) + " can't be read: " + reason);
+    }
   }
 }
 
@@ -133,8 +177,10 @@ std::string faultProblem(const std::string& fault) {
 }
 
 TEST(MachineFile, FaultsSayACallThatCanFailAndExactlyOneOutcome) {
-  EXPECT_EQ(faultProblem(R"({"call": "read", "errno": "EIO"})"),
-            "faults[0].call: \"read\" is no call that the simulator can make fail");
+  EXPECT_EQ(
+      faultProblem(R"({"call": "read", "errno": "EIO"})"),
+      "faults[0].call: open, fopen, access, opendir, readdir, glob, ioctl, fcntl, close, fstat, "
+      "fwrite, fflush, fgets, getline, pthread_create or usleep expected, found \"read\"");
   EXPECT_NE(faultProblem(R"({"call": "open"})").find("exactly one outcome expected"),
             std::string::npos);
   EXPECT_NE(faultProblem(R"({"call": "ioctl", "errno": "EIO", "return": 3})")
@@ -153,21 +199,30 @@ TEST(MachineFile, FaultsNameDrivesThatThereAre) {
 }
 
 TEST(MachineFile, FaultsSayNothingThatTheirCallDoesNotHave) {
-  EXPECT_EQ(faultProblem(R"({"call": "open", "log": 4, "errno": "EIO"})"),
-            "faults[0].log: unknown key");
+  EXPECT_EQ(
+      faultProblem(R"({"call": "open", "log": 4, "errno": "EIO"})"),
+      "faults[0].log: unknown key; known are call, comment, count, delayMs, errno, node, nth and "
+      "path");
   EXPECT_EQ(faultProblem(R"({"call": "usleep", "node": "sda", "errno": "EINTR"})"),
-            "faults[0].node: unknown key");
-  EXPECT_EQ(faultProblem(R"({"call": "open", "sense": "70"})"), "faults[0].sense: unknown key");
-  EXPECT_EQ(faultProblem(R"({"call": "glob", "errno": "EIO"})"), "faults[0].errno: unknown key");
+            "faults[0].node: unknown key; known are call, comment, count, delayMs, errno and nth");
+  const auto begins = [](const std::string& text, const std::string& start) {
+    return text.compare(0, start.size(), start) == 0;
+  };
+  EXPECT_TRUE(
+      begins(faultProblem(R"({"call": "open", "sense": "70"})"), "faults[0].sense: unknown key; "));
+  EXPECT_TRUE(begins(faultProblem(R"({"call": "glob", "errno": "EIO"})"),
+                     "faults[0].errno: unknown key; "));
   EXPECT_EQ(faultProblem(R"({"call": "ioctl", "request": "HDIO", "errno": "EIO"})"),
-            "faults[0].request: name of an ioctl expected");
+            "faults[0].request: HDIO_GET_IDENTITY, HDIO_DRIVE_CMD, SG_IO, NVME_IOCTL_ID or "
+            "NVME_IOCTL_ADMIN_CMD expected, found \"HDIO\"");
   EXPECT_EQ(faultProblem(R"({"call": "ioctl", "hang": false})"), "faults[0].hang: true expected");
 }
 
 TEST(MachineFile, FaultsOfGlobReturnItsCodes) {
   EXPECT_EQ(faultProblem(R"({"call": "glob", "return": "GLOB_NOSPACE"})"), "none");
-  EXPECT_EQ(faultProblem(R"({"call": "glob", "return": "NOSPACE"})"),
-            "faults[0].return: GLOB_NOSPACE, GLOB_ABORTED or GLOB_NOMATCH expected");
+  EXPECT_EQ(
+      faultProblem(R"({"call": "glob", "return": "NOSPACE"})"),
+      "faults[0].return: GLOB_NOSPACE, GLOB_ABORTED or GLOB_NOMATCH expected, found \"NOSPACE\"");
 }
 
 TEST(MachineFile, FaultsCountTheirCalls) {

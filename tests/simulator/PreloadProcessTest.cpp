@@ -37,7 +37,8 @@ TEST(PreloadProcess, MachineFileThatIsMissingEndsTheProcessWithOneLine) {
   const ProbeResult result =
       run.environment("VEKSSD_MACHINE", "/nowhere/till.json").run({"usleep:1"});
   EXPECT_EQ(result.status, 78);
-  EXPECT_EQ(result.errors, "vekssdsim: /nowhere/till.json: cannot be opened\n");
+  EXPECT_EQ(result.errors,
+            "vekssdsim: /nowhere/till.json can't be read: No such file or directory\n");
   EXPECT_TRUE(result.lines.empty());
 }
 

@@ -45,9 +45,22 @@ void start() {
   }
 }
 
+// Instead of a file.
+constexpr const char* kStandardOutput = "-";
+
+std::string named(const std::string& path) {
+  return path == kStandardOutput ? "standard output" : path;
+}
+
+int openForWriting(const std::string& path) {
+  return path == kStandardOutput
+             ? fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0)
+             : real().open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kReadable);
+}
+
 // Empty if all went well.
 std::string writeFile(const std::string& path, const std::string& text) {
-  const int fd = real().open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kReadable);
+  const int fd = openForWriting(path);
   bool good = fd >= 0;
   std::string_view rest = text;
   while (good && !rest.empty()) {
@@ -59,7 +72,7 @@ std::string writeFile(const std::string& path, const std::string& text) {
   if (fd >= 0) {
     real().close(fd);
   }
-  return good ? "" : path + " can't be written: " + std::generic_category().message(error);
+  return good ? "" : named(path) + " can't be written: " + std::generic_category().message(error);
 }
 
 }  // namespace
@@ -85,8 +98,9 @@ const std::string* Recorder::keep(const std::string& node) {
 std::string Recorder::save() {
   saved_ = true;
   try {
-    MachineDescription machine =
-        describeMachine(std::filesystem::path(file_).stem().string(), recording_);
+    MachineDescription machine = describeMachine(
+        file_ == kStandardOutput ? "recorded" : std::filesystem::path(file_).stem().string(),
+        recording_);
     std::string comment = "What the drives of a machine answered.";
     if (anonymous_) {
       makeAnonymous(machine);
@@ -94,7 +108,7 @@ std::string Recorder::save() {
     }
     return writeFile(file_, writeMachine(machine, comment));
   } catch (const std::exception& error) {
-    return file_ + " can't be written: " + error.what();
+    return named(file_) + " can't be written: " + error.what();
   }
 }
 
