@@ -22,6 +22,9 @@ struct Drive {
   std::optional<unsigned> percentageUsed;  // nothing when the drive does not tell
   unsigned percentageUsedSource = 0;
   bool failureImminent = false;
+  // Why the drive could not be read, when the figures above are the provider's for a drive that it
+  // could not read: 0 % and 0 hours.
+  std::optional<std::string> readError;
 };
 
 Drive driveOf(const cmpihost::Instance& instance);

@@ -25,9 +25,9 @@ inline constexpr const char* kExitCodes =
     "  5   the driver in the library could not start\n"
     "  78  the machine file, the simulator or the recorder is missing or can't be used\n"
     "Exit status of check:\n"
-    "  0   OK: no drive is worn over --warning\n"
-    "  1   WARNING: one is over --warning\n"
-    "  2   CRITICAL: one is over --critical, or its failure is imminent\n"
-    "  3   UNKNOWN: a drive does not tell, or whatever else is 1 to 78 above\n";
+    "  0   OK: no drive is outside --warning\n"
+    "  1   WARNING: one is outside --warning\n"
+    "  2   CRITICAL: one is outside --critical, or its failure is imminent\n"
+    "  3   UNKNOWN: a drive does not tell or was not read, or whatever else is 1 to 78 above\n";
 
 }  // namespace ssdlife

@@ -19,4 +19,10 @@ class Failure : public std::runtime_error {
   ExitCode exitCode_;
 };
 
+// There is nothing to show.
+class NoDrives : public Failure {
+ public:
+  NoDrives() : Failure(ExitCode::kNothing, "no SSD found, or none that could be read") {}
+};
+
 }  // namespace ssdlife

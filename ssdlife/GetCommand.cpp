@@ -1,4 +1,5 @@
 #include "ssdlife/Commands.h"
+#include "ssdlife/NodeName.h"
 #include "ssdlife/Show.h"
 #include "ssdlife/SsdClient.h"
 
@@ -6,7 +7,7 @@ namespace ssdlife {
 
 ExitCode get(const Options& options, const std::string& library, const OwnOutput& output) {
   SsdClient client = SsdClient::forOneAnswer(library, options.like);
-  output.out(showDrive(client.get(options.deviceId), options.format));
+  output.out(showDrive(driveNamed(client, options.deviceId), options.format));
   client.close();
   return ExitCode::kOk;
 }

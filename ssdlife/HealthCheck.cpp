@@ -36,16 +36,19 @@ Health healthOf(const Drive& drive, const Thresholds& thresholds) {
   if (drive.failureImminent) {
     return Health::kCritical;
   }
-  if (!drive.percentageUsed) {
+  if (!drive.percentageUsed || drive.readError) {
     return Health::kUnknown;
   }
-  if (*drive.percentageUsed > thresholds.critical) {
+  if (thresholds.critical.alerts(*drive.percentageUsed)) {
     return Health::kCritical;
   }
-  return *drive.percentageUsed > thresholds.warning ? Health::kWarning : Health::kOk;
+  return thresholds.warning.alerts(*drive.percentageUsed) ? Health::kWarning : Health::kOk;
 }
 
 std::string wordsOf(const Drive& drive) {
+  if (drive.readError) {
+    return drive.physicalDrive + " not read: " + *drive.readError;
+  }
   const std::string used =
       drive.percentageUsed ? std::to_string(*drive.percentageUsed) + " %" : "unknown";
   return drive.physicalDrive + ' ' + used + (drive.failureImminent ? " (failing)" : "");
@@ -63,11 +66,10 @@ std::string label(const std::string& drive) {
 // "U" is the plugins' word for a value that could not be had.
 std::string performanceOf(const Drive& drive, const Thresholds& thresholds) {
   const std::string name = label(drive.physicalDrive);
-  std::string data =
-      name + "_used=" + (drive.percentageUsed ? std::to_string(*drive.percentageUsed) + '%' : "U") +
-      ';' + std::to_string(thresholds.warning) + ';' + std::to_string(thresholds.critical) +
-      ";0;100";
-  if (drive.poweredOnHours) {
+  const bool told = drive.percentageUsed && !drive.readError;
+  std::string data = name + "_used=" + (told ? std::to_string(*drive.percentageUsed) + '%' : "U") +
+                     ';' + thresholds.warning.text() + ';' + thresholds.critical.text() + ";0;100";
+  if (drive.poweredOnHours && !drive.readError) {
     data += ' ' + name + "_hours=" + std::to_string(*drive.poweredOnHours);
   }
   return data;

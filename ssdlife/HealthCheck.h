@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "ssdlife/Drive.h"
+#include "ssdlife/Range.h"
 
 // What a monitoring system is told: one line and one of four states, as the plugins of Nagios and
 // its kin speak.
@@ -12,11 +13,10 @@ namespace ssdlife {
 // The exit status that stands for each.
 enum class Health { kOk = 0, kWarning = 1, kCritical = 2, kUnknown = 3 };
 
-// Percentages of the rated life. The state is raised above them, not at them: the plugins' range
-// "0:N".
+// Percentages of the rated life that raise no alert.
 struct Thresholds {
-  unsigned warning = 80;
-  unsigned critical = 95;
+  Range warning = 80;
+  Range critical = 95;
 };
 
 struct HealthReport {
@@ -25,7 +25,8 @@ struct HealthReport {
 };
 
 // The state of the drive that is worst off: critical, warning, unknown, ok in this order. A drive
-// whose failure the provider calls imminent is critical whatever its percentage.
+// whose failure the provider calls imminent is critical whatever its percentage; one that could not
+// be read is unknown.
 HealthReport healthOf(const std::vector<Drive>& drives, const Thresholds& thresholds);
 
 // The report when the drives could not be asked.

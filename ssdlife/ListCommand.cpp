@@ -1,15 +1,46 @@
 #include "ssdlife/Commands.h"
+#include "ssdlife/DriveTable.h"
+#include "ssdlife/Failure.h"
 #include "ssdlife/Metrics.h"
 #include "ssdlife/Show.h"
 #include "ssdlife/SsdClient.h"
 
 namespace ssdlife {
 
+namespace {
+
+// Programs that read JSON get some also where there is nothing to show.
+std::vector<Drive> drivesOf(const Options& options, SsdClient& client, const OwnOutput& output) {
+  try {
+    return client.list();
+  } catch (const NoDrives&) {
+    if (options.format == Format::kJson) {
+      output.out(showDrives({}));
+    }
+    throw;
+  }
+}
+
+std::string shown(const std::vector<Drive>& drives, const Options& options,
+                  const OwnOutput& output) {
+  switch (options.format) {
+    case Format::kJson:
+      return showDrives(drives);
+    case Format::kPrometheus:
+      return showMetrics(drives);
+    case Format::kTable:
+      break;
+  }
+  return driveTable(
+      drives, {options.columns, options.headings, output.terminalWidth(), output.takesColours()});
+}
+
+}  // namespace
+
 ExitCode list(const Options& options, const std::string& library, const OwnOutput& output) {
   SsdClient client = SsdClient::forOneAnswer(library, options.like);
-  const std::vector<Drive> drives = client.list();
-  output.out(options.format == Format::kPrometheus ? showMetrics(drives)
-                                                   : showDrives(drives, options.format));
+  const std::vector<Drive> drives = drivesOf(options, client, output);
+  output.out(shown(drives, options, output));
   client.close();
   return ExitCode::kOk;
 }

@@ -38,7 +38,7 @@ std::string descriptionOf(const Drive& drive) {
 
 // 101 % is 1.01: two places are exact.
 std::optional<std::string> ratio(const Drive& drive) {
-  if (!drive.percentageUsed) {
+  if (!drive.percentageUsed || drive.readError) {
     return std::nullopt;
   }
   std::array<char, 16> text{};
@@ -49,7 +49,7 @@ std::optional<std::string> ratio(const Drive& drive) {
 
 // Values are floating-point numbers to Prometheus, and no number of hours is too large for one.
 std::optional<std::string> seconds(const Drive& drive) {
-  if (!drive.poweredOnHours) {
+  if (!drive.poweredOnHours || drive.readError) {
     return std::nullopt;
   }
   constexpr double kSecondsPerHour = 3600;
@@ -72,6 +72,9 @@ const Metric kMetrics[] = {
      [](const Drive& drive) {
        return std::optional<std::string>(drive.failureImminent ? "1" : "0");
      }},
+    {"ssdlife_read", "gauge",
+     "Whether the SSD could be read; without that, its share and its time are not known.", device,
+     [](const Drive& drive) { return std::optional<std::string>(drive.readError ? "0" : "1"); }},
 };
 
 }  // namespace

@@ -14,6 +14,9 @@ namespace ssdlife {
 //                                             when the drive does not tell
 //   ssdlife_powered_on_seconds_total{device}
 //   ssdlife_failure_imminent{device}          0 or 1
+//   ssdlife_read{device}                      0 when the drive could not be read: then the ratio
+//   and
+//                                             the seconds are absent
 std::string showMetrics(const std::vector<Drive>& drives);
 
 }  // namespace ssdlife

@@ -8,6 +8,7 @@
 
 #include "host/Personality.h"
 #include "ssdlife/CommandLine.h"
+#include "ssdlife/DriveTable.h"
 #include "ssdlife/Failure.h"
 
 namespace ssdlife {
@@ -22,11 +23,10 @@ std::string positiveNumber(const std::string& text) {
   return positive ? "" : text + " is not a positive number";
 }
 
-// Up to the highest percentage that a drive can tell.
-std::string wholePercentage(const std::string& text) {
-  const bool digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-  const bool small = digits && text.size() <= 3 && std::stoul(text) <= 254;
-  return small ? "" : text + " is not a whole percentage from 0 to 254";
+std::string percentageRange(const std::string& text) {
+  return Range::parse(text)
+             ? ""
+             : text + " is no range of whole percentages from 0 to 254 (80, 10:80, ~:80, @10:20)";
 }
 
 std::string notEmpty(const std::string& text) {
@@ -64,15 +64,31 @@ void addGlobalOptions(CLI::App& app, Options& options) {
 }
 
 void addCheck(CLI::App& check, Options& options) {
-  const auto add = [&](const char* name, unsigned& threshold, const char* state) {
-    const std::string description = "A drive with more of its life used is " + std::string(state);
-    check.add_option(name, threshold, description)
-        ->type_name("PERCENT")
-        ->capture_default_str()
-        ->check(CLI::Validator(wholePercentage, ""));
+  const auto add = [&](const char* names, Range& range, const char* state) {
+    check
+        .add_option_function<std::string>(
+            names, [&range](const std::string& text) { range = *Range::parse(text); },
+            std::string("A drive is ") + state + " outside this range of its life used")
+        ->type_name("RANGE")
+        ->default_str(range.text())
+        ->check(CLI::Validator(percentageRange, ""));
   };
-  add("--warning", options.thresholds.warning, "WARNING");
-  add("--critical", options.thresholds.critical, "CRITICAL");
+  add("-w,--warning", options.thresholds.warning, "WARNING");
+  add("-c,--critical", options.thresholds.critical, "CRITICAL");
+  check.add_option("-t,--timeout", options.timeout, "UNKNOWN after so many seconds")
+      ->type_name("SECONDS")
+      ->capture_default_str()
+      ->check(CLI::Validator(positiveNumber, ""));
+}
+
+void addList(CLI::App& list, Options& options) {
+  list.add_option("-o,--columns", options.columns,
+                  "The columns of the table, in this order, such as drive,used")
+      ->type_name("NAMES")
+      ->delimiter(',')
+      ->transform(CLI::IsMember(columnNames(), CLI::ignore_case).description(""));
+  list.add_flag_callback(
+      "-n,--noheadings", [&options] { options.headings = false; }, "No line with their names");
 }
 
 void addCommands(CLI::App& app, Options& options) {
@@ -83,11 +99,11 @@ void addCommands(CLI::App& app, Options& options) {
     added->callback([&options, command] { options.command = command; });
     return added;
   };
-  add("list", Command::kList, "Show every SSD and how worn it is");
+  addList(*add("list", Command::kList, "Show every SSD and how worn it is"), options);
   add("names", Command::kNames, "Show the DeviceID of every SSD");
   add("get", Command::kGet, "Show all properties of one SSD")
-      ->add_option("DEVICEID", options.deviceId,
-                   "Its DeviceID, or the beginning of it: the first SSD that matches is shown")
+      ->add_option("DRIVE", options.deviceId,
+                   "Its name below /dev, or its DeviceID or the beginning of that")
       ->required()
       ->check(CLI::Validator(notEmpty, ""));
   add("roads", Command::kRoads, "Show what each road to one drive answers, and which to take")
@@ -100,7 +116,9 @@ void addCommands(CLI::App& app, Options& options) {
       options);
   CLI::App* const record = add("record", Command::kRecord,
                                "Write a machine file that says again what the drives say now");
-  record->add_option("FILE", options.recordFile, "The machine file, for --machine")
+  record
+      ->add_option("FILE", options.recordFile,
+                   "The machine file, for --machine; - is standard output")
       ->required()
       ->check(CLI::Validator(notEmpty, ""));
   record->add_flag("--anonymous", options.anonymous,
@@ -128,9 +146,14 @@ void requireSense(const CLI::App& app, const Options& options) {
   if (options.format != Format::kTable && onlyTable) {
     refuse("--format is not for " + command->get_name());
   }
-  if (options.thresholds.warning > options.thresholds.critical) {
-    refuse("--warning " + std::to_string(options.thresholds.warning) + " is above --critical " +
-           std::to_string(options.thresholds.critical));
+  if (options.format != Format::kTable && (!options.columns.empty() || !options.headings)) {
+    refuse("--columns and --noheadings are for tables");
+  }
+  const auto warning = options.thresholds.warning.limit();
+  const auto critical = options.thresholds.critical.limit();
+  if (warning && critical && *warning > *critical) {
+    refuse("--warning " + std::to_string(*warning) + " is above --critical " +
+           std::to_string(*critical));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "ssdlife/HealthCheck.h"
 
@@ -19,12 +20,15 @@ struct Options {
   std::string like;     // the object manager that is played; empty: none
   bool showLibraryOutput = false;
 
-  std::string deviceId;           // get; roads, which also takes the name of a node
-  std::optional<unsigned> count;  // watch: how many indications
-  std::optional<double> seconds;  // watch: how long
-  Thresholds thresholds;          // check
-  std::string recordFile;         // record
-  bool anonymous = false;         // record
+  std::string deviceId;              // get; roads, which also takes the name of a node
+  std::optional<unsigned> count;     // watch: how many indications
+  std::optional<double> seconds;     // watch: how long
+  std::vector<std::string> columns;  // list: none for the usual ones
+  bool headings = true;              // list
+  Thresholds thresholds;             // check
+  double timeout = 10;               // check: seconds; what the plugins' guidelines ask for
+  std::string recordFile;            // record
+  bool anonymous = false;            // record
 };
 
 // Reads the command line. When it asked for help or the version, that is the answer. Throws

@@ -1,10 +1,12 @@
 #include "ssdlife/OwnOutput.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 
 #include <system_error>
 
@@ -70,11 +72,28 @@ void OwnOutput::keepFromLibrary() const {
   close(nowhere);
 }
 
+void OwnOutput::giveBackStandardOutput() const {
+  std::fflush(stdout);
+  dup2(out_, STDOUT_FILENO);
+}
+
 void OwnOutput::out(std::string_view text) const {
   if (!writeAll(out_, text)) {
     throw Failure(ExitCode::kNothing,
                   "can't write the output: " + std::generic_category().message(errno));
   }
+}
+
+std::size_t OwnOutput::terminalWidth() const {
+  winsize size{};
+  return ioctl(out_, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+bool OwnOutput::takesColours() const {
+  const char* const unwanted = std::getenv("NO_COLOR");
+  const char* const terminal = std::getenv("TERM");
+  return isatty(out_) == 1 && (unwanted == nullptr || *unwanted == '\0') && terminal != nullptr &&
+         std::string_view(terminal) != "dumb";
 }
 
 void OwnOutput::error(const std::string& line) const {

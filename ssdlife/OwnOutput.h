@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -22,8 +23,17 @@ class OwnOutput {
   // before the library is loaded.
   void keepFromLibrary() const;
 
+  // Undoes that for standard output; called when nobody else writes any more.
+  void giveBackStandardOutput() const;
+
   // Throws Failure when the text can't be written.
   void out(std::string_view text) const;
+
+  // The width of the terminal that standard output is, in characters; 0 when it is none.
+  [[nodiscard]] std::size_t terminalWidth() const;
+
+  // Whether it is a terminal that shows colours to somebody who wants them: https://no-color.org.
+  [[nodiscard]] bool takesColours() const;
 
   // "ssdlife: <line>" to standard error; what can't be written there is lost.
   void error(const std::string& line) const;

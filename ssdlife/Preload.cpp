@@ -74,6 +74,15 @@ bool Preload::isThere() const {
   return true;
 }
 
+void* Preload::symbol(const char* name) const {
+  void* const library = dlopen(path_.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) {
+    throw Failure(ExitCode::kMachine,
+                  "the " + what_ + " could not be preloaded: " + std::string(dlerror()));
+  }
+  return dlsym(library, name);
+}
+
 void Preload::startAnew(char** argv) const {
   const std::string others = environment(kPreloadVariable);
   setenv(kPreloadVariable, (others.empty() ? path_ : path_ + ':' + others).c_str(), 1);

@@ -16,6 +16,10 @@ class Preload {
   // the library could not be loaded: going on would show the drives of another machine.
   [[nodiscard]] bool isThere() const;
 
+  // A symbol of the library, which this loads if it is not there yet, but not in front of anything;
+  // null if it has none of the name. Throws Failure.
+  [[nodiscard]] void* symbol(const char* name) const;
+
   // Starts this process anew with the library in front of what is preloaded already. Throws
   // Failure.
   [[noreturn]] void startAnew(char** argv) const;

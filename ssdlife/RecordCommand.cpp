@@ -26,8 +26,14 @@ std::string readAll(const Options& options, const std::string& library) {
 
 ExitCode record(const Options& options, const std::string& library, const OwnOutput& output) {
   const std::string result = readAll(options, library);
-  saveRecording();
-  output.out(options.recordFile + " written: " + result + '\n');
+  if (options.recordFile == kStandardOutput) {
+    output.giveBackStandardOutput();
+    saveRecording();
+    output.error("machine file written: " + result);
+  } else {
+    saveRecording();
+    output.out(options.recordFile + " written: " + result + '\n');
+  }
   return ExitCode::kOk;
 }
 

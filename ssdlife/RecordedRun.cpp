@@ -21,6 +21,9 @@ constexpr const char* kAnonymousVariable = "VEKSSD_RECORD_ANONYMOUS";
 
 // Tried before the drives are read. A file that was there keeps its content until then.
 std::string writableFile(const std::string& file) {
+  if (file == kStandardOutput) {
+    return file;
+  }
   constexpr mode_t kReadable = 0644;
   const int descriptor = open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, kReadable);
   if (descriptor < 0) {

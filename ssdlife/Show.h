@@ -11,12 +11,13 @@
 // The keys of the JSON are part of the command's interface. A drive: deviceId, model, serialNumber,
 // firmware, physicalDrive, caption, description, poweredOnHours (number or null), percentageUsed
 // (number, or null when the drive does not tell), percentageUsedSource (2 the drive's standard
-// statistic, 3 a vendor attribute), failureImminent (boolean). An event: event ("failureImminent"),
-// deviceId, physicalDrive, time (ISO 8601, UTC, or null).
+// statistic, 3 a vendor attribute), failureImminent (boolean), read (boolean: false where the
+// figures stand for none), readError (text, or null when it was read). An event: event
+// ("failureImminent"), deviceId, physicalDrive, time (ISO 8601, UTC, or null).
 namespace ssdlife {
 
-// JSON: {"drives": [...]}.
-std::string showDrives(const std::vector<Drive>& drives, Format format);
+// {"drives": [...]}; as a table: driveTable.
+std::string showDrives(const std::vector<Drive>& drives);
 
 // JSON: {"deviceIds": [...]}.
 std::string showNames(const std::vector<std::string>& names, Format format);
@@ -27,8 +28,8 @@ std::string showDrive(const Drive& drive, Format format);
 // JSON: the event on a line of its own.
 std::string showEvent(const FailureEvent& event, Format format);
 
-// Twenty characters that fill up as the drive wears, and the number: "[#####...............]  27
-// %".
+// Twenty characters that fill up as the drive wears: "[#####...............]"; "-" when it does not
+// tell.
 std::string wearBar(const Drive& drive);
 
 // Safe on a terminal: drives may call themselves anything. Control characters and bytes that are

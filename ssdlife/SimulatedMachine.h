@@ -9,7 +9,10 @@ namespace ssdlife {
 // the simulator. Throws Failure.
 void enterMachine(const std::string& file, const std::string& library, char** argv);
 
-// Whether this process was started with a simulated machine, by itself or by somebody else.
+// The machine file that the environment names; empty without one.
+std::string machineOfEnvironment();
+
+// Whether this process is on a simulated machine: one is named, and the simulator is there.
 bool onSimulatedMachine();
 
 // Throws Failure when real drives are to be read by somebody who may not.

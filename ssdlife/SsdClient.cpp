@@ -1,10 +1,13 @@
 #include "ssdlife/SsdClient.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <iterator>
 #include <utility>
 
 #include "host/HostError.h"
+#include "ssdlife/AbsentFigures.h"
 #include "ssdlife/Failure.h"
 
 namespace ssdlife {
@@ -66,32 +69,44 @@ auto withLibrary(Action action) {
   }
 }
 
-// `nothing` says what CMPI_RC_ERR_FAILED means for this request.
-void require(const Status& status, const std::string& nothing) {
+// Nobody is sent to a file that is not there.
+std::string hintAtLog() {
+  constexpr const char* kLog = "/var/log/ssddrv/ssddrv.log";
+  return access(kLog, F_OK) == 0 ? std::string("; see ") + kLog : "";
+}
+
+// Throws, except where the provider says no more than that it has nothing.
+void requireNoOtherTrouble(const Status& status) {
   switch (status.rc) {
     case CMPI_RC_OK:
-      return;
     case CMPI_RC_ERR_FAILED:
-      throw Failure(ExitCode::kNothing, nothing);
+      return;
     case CMPI_RC_ERR_METHOD_NOT_AVAILABLE:
       throw Failure(ExitCode::kNotStarted,
-                    "the SSD driver could not start (no readable BIOS version or no /sys/block?); "
-                    "see /var/log/ssddrv/ssddrv.log");
+                    "the SSD driver could not start (no readable BIOS version or no /sys/block?)" +
+                        hintAtLog());
     default:
       throw Failure(ExitCode::kNothing, "the request was refused: " + status.describe());
   }
 }
 
-void requireSome(bool nothing, const std::string& message) {
-  if (nothing) {
-    throw Failure(ExitCode::kNothing, message);
+void requireDone(const Status& status) {
+  requireNoOtherTrouble(status);
+  if (!status.ok()) {
+    throw Failure(ExitCode::kNothing, "the library refused the subscription");
+  }
+}
+
+// FAILED is how the provider says that it has none.
+template <typename Entries>
+void requireDrives(const Status& status, const Entries& entries) {
+  requireNoOtherTrouble(status);
+  if (!status.ok() || entries.empty()) {
+    throw NoDrives();
   }
 }
 
 bool libraryIsLeft = false;
-
-constexpr const char* kRefused = "the library refused the subscription";
-constexpr const char* kNoDrive = "no SSD found, or none that could be read";
 
 }  // namespace
 
@@ -114,18 +129,17 @@ SsdClient SsdClient::forOneAnswer(const std::string& library, const std::string&
 
 std::vector<Drive> SsdClient::list() {
   const Reply reply = withLibrary([&] { return manager_->enumerateInstances(drivesPath()); });
-  require(reply.status, kNoDrive);
-  requireSome(reply.instances.empty(), kNoDrive);
+  requireDrives(reply.status, reply.instances);
   std::vector<Drive> drives;
   std::transform(reply.instances.begin(), reply.instances.end(), std::back_inserter(drives),
                  driveOf);
+  std::for_each(drives.begin(), drives.end(), noteReadError);
   return drives;
 }
 
 std::vector<std::string> SsdClient::names() {
   const Reply reply = withLibrary([&] { return manager_->enumerateInstanceNames(drivesPath()); });
-  require(reply.status, kNoDrive);
-  requireSome(reply.paths.empty(), kNoDrive);
+  requireDrives(reply.status, reply.paths);
   std::vector<std::string> names;
   for (const ObjectPath& path : reply.paths) {
     const cmpihost::Value* const key = path.key(kKey);
@@ -137,25 +151,30 @@ std::vector<std::string> SsdClient::names() {
 Drive SsdClient::get(const std::string& deviceId) {
   const ObjectPath path = drivesPath().withKey(kKey, cmpihost::Value::string(deviceId));
   const Reply reply = withLibrary([&] { return manager_->getInstance(path); });
-  const std::string none =
-      "no SSD whose DeviceID begins with \"" + deviceId + "\", or none that could be read";
-  require(reply.status, none);
-  requireSome(reply.instances.empty(), none);
-  return driveOf(reply.instances.front());
+  requireNoOtherTrouble(reply.status);
+  if (!reply.status.ok() || reply.instances.empty()) {
+    throw Failure(ExitCode::kNothing, "no SSD whose DeviceID begins with \"" + deviceId +
+                                          "\", or none that could be read");
+  }
+  Drive drive = driveOf(reply.instances.front());
+  noteReadError(drive);
+  return drive;
 }
 
 void SsdClient::subscribe(std::function<void(const FailureEvent&)> sink) {
   manager_->broker().onIndication([sink = std::move(sink)](const cmpihost::Indication& indication) {
     sink(failureEventOf(indication));
   });
-  withLibrary([&] { require(manager_->subscribe(failureFilter()), kRefused); });
+  withLibrary([&] { requireDone(manager_->subscribe(failureFilter())); });
 }
 
 void SsdClient::unsubscribe() {
-  withLibrary([&] { require(manager_->unsubscribe(failureFilter()), kRefused); });
+  withLibrary([&] { requireDone(manager_->unsubscribe(failureFilter())); });
 }
 
 bool SsdClient::hasLeftLibrary() { return libraryIsLeft; }
+
+void SsdClient::leave() { parting_ = Parting::kWithProcess; }
 
 void SsdClient::close() {
   if (parting_ == Parting::kUnload) {

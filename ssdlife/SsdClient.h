@@ -43,6 +43,9 @@ class SsdClient {
   void subscribe(std::function<void(const FailureEvent&)> sink);
   void unsubscribe();
 
+  // Parts with the process after all.
+  void leave();
+
   // Parts from the library as it was told to.
   void close();
 
@@ -51,7 +54,7 @@ class SsdClient {
   static bool hasLeftLibrary();
 
  private:
-  const Parting parting_;
+  Parting parting_;
   std::unique_ptr<cmpihost::ObjectManager> manager_;
 };
 

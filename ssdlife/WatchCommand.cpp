@@ -1,10 +1,13 @@
+#include <array>
 #include <chrono>
+#include <cstdio>
 #include <deque>
 #include <mutex>
 #include <optional>
 #include <utility>
 
 #include "ssdlife/Commands.h"
+#include "ssdlife/Failure.h"
 #include "ssdlife/Show.h"
 #include "ssdlife/SsdClient.h"
 #include "ssdlife/WakeUps.h"
@@ -49,26 +52,29 @@ std::optional<WakeUps::Clock::time_point> deadlineOf(const Options& options) {
   return WakeUps::Clock::now() + std::chrono::duration_cast<WakeUps::Clock::duration>(wanted);
 }
 
-// Shows events until there were enough of them, a signal comes or the time is over.
-ExitCode showEvents(const Options& options, const OwnOutput& output, const WakeUps& wakeUps,
-                    Inbox& inbox) {
+// Shows events until there were enough of them, a signal comes or the time is over; says which.
+WakeUps::Cause showEvents(const Options& options, const OwnOutput& output, const WakeUps& wakeUps,
+                          Inbox& inbox, unsigned& shown) {
   const auto deadline = deadlineOf(options);
-  unsigned shown = 0;
   while (true) {
     const WakeUps::Cause cause = wakeUps.wait(deadline);
     while (const auto event = inbox.take()) {
       output.out(showEvent(*event, options.format));
       if (++shown == options.count) {
-        return ExitCode::kOk;
+        return WakeUps::Cause::kEvent;
       }
     }
-    if (cause == WakeUps::Cause::kSignal) {
-      return ExitCode::kOk;
-    }
-    if (cause == WakeUps::Cause::kTime) {
-      return options.count ? ExitCode::kNothing : ExitCode::kOk;
+    if (cause != WakeUps::Cause::kEvent) {
+      return cause;
     }
   }
+}
+
+[[noreturn]] void failForCount(const Options& options, unsigned shown) {
+  std::array<char, 96> line{};
+  std::snprintf(line.data(), line.size(), "%u of %u indications came within %g seconds", shown,
+                *options.count, *options.seconds);
+  throw Failure(ExitCode::kNothing, line.data());
 }
 
 }  // namespace
@@ -80,10 +86,17 @@ ExitCode watch(const Options& options, const std::string& library, const OwnOutp
   SsdClient client(library, options.like);
   client.subscribe([&inbox](const FailureEvent& event) { inbox.put(event); });
   output.error("watching; Ctrl-C ends it");
-  const ExitCode result = showEvents(options, output, wakeUps, inbox);
+  unsigned shown = 0;
+  const WakeUps::Cause end = showEvents(options, output, wakeUps, inbox, shown);
   client.unsubscribe();
+  if (end == WakeUps::Cause::kTime) {
+    client.leave();  // the time that was given is over: none is left for unloading
+  }
   client.close();
-  return result;
+  if (end == WakeUps::Cause::kTime && options.count) {
+    failForCount(options, shown);
+  }
+  return ExitCode::kOk;
 }
 
 }  // namespace ssdlife

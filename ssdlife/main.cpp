@@ -65,6 +65,8 @@ void prepare(const Options& options, char** argv) {
   const std::string library = providerLibrary(options.library);
   if (!options.machine.empty()) {
     enterMachine(options.machine, library, argv);
+  } else if (!machineOfEnvironment().empty() && !onSimulatedMachine()) {
+    enterMachine(machineOfEnvironment(), library, argv);
   }
   requirePrivilege(geteuid() == 0, onSimulatedMachine());
   if (options.command == Command::kRecord) {

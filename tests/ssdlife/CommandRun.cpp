@@ -33,6 +33,7 @@ CommandRun::CommandRun(std::vector<std::string> arguments) : arguments_(std::mov
   arguments_.insert(arguments_.begin(), SSDLIFE);
   // Whoever runs the tests, and wherever: the drives of the fake library are nobody's secret.
   environment_["VEKSSD_MACHINE"] = "fake";
+  environment_["LD_PRELOAD"] = FAKE_SIMULATOR;
 }
 
 CommandRun::~CommandRun() {
@@ -54,6 +55,7 @@ CommandRun& CommandRun::with(const std::string& variable, const std::string& val
 
 CommandRun& CommandRun::withoutRoot() {
   withoutRoot_ = true;
+  environment_["LD_PRELOAD"] = "";
   return *this;
 }
 

@@ -51,12 +51,11 @@ TEST_F(Command, ListShowsATableOfTheDrives) {
   CommandRun run(onFakeLibrary({"list"}));
   EXPECT_EQ(run.start().exitStatus(), 0);
   EXPECT_EQ(run.output(),
-            "MODEL               SERIAL  FIRMWARE  DRIVE  HOURS  USED                          "
-            "SOURCE              STATE\n"
-            "Transcend 64        E2148   20180526  sda    18422  [###################.]  98 %  "
-            "standard statistic  FAILING\n"
-            "KINGSTON SNV2S250G  5002    SBM02103  nvme0  0      unknown                       "
-            "-                   ok\n");
+            "DRIVE    USED LIFE                   HOURS STATE   SOURCE   FIRMWARE SERIAL MODEL\n"
+            "sda       98% [###################.] 18422 FAILING standard 20180526 E2148  "
+            "Transcend 64\n"
+            "nvme0 unknown -                          0 ok      -        SBM02103 5002   "
+            "KINGSTON SNV2S250G\n");
   EXPECT_EQ(run.error(), "");
 }
 
@@ -75,16 +74,18 @@ TEST_F(Command, ListAsJsonHasAnEntryForEachDrive) {
                              {"poweredOnHours", 18422},
                              {"percentageUsed", 98},
                              {"percentageUsedSource", 2},
-                             {"failureImminent", true}}));
+                             {"failureImminent", true},
+                             {"read", true},
+                             {"readError", nullptr}}));
   EXPECT_TRUE(drives[1].at("percentageUsed").is_null());
 }
 
 TEST_F(Command, BytesOfADriveThatAreNoTextHarmNeitherTerminalNorJson) {
   CommandRun table(onFakeLibrary({"list"}));
   EXPECT_EQ(table.with("FAKE_SSDS", "odd").start().exitStatus(), 0);
-  EXPECT_NE(table.output().find("Caf? ?[31mDisk  S\xc3\xa9rie?  "), std::string::npos)
+  EXPECT_NE(table.output().find(" S\xc3\xa9rie? Caf? ?[31mDisk\n"), std::string::npos)
       << table.output();
-  EXPECT_NE(table.output().find("[####################] 101 %  source 9"), std::string::npos);
+  EXPECT_NE(table.output().find(" 101% [####################] "), std::string::npos);
   CommandRun asJson(onFakeLibrary({"list", "--format", "json"}));
   EXPECT_EQ(asJson.with("FAKE_SSDS", "odd").start().exitStatus(), 0);
   const json drive = json::parse(asJson.output()).at("drives").at(0);
@@ -181,8 +182,7 @@ TEST_P(RefusedCommand, SaysWhyInOneLine) {
 
 constexpr const char* kNone = "ssdlife: no SSD found, or none that could be read\n";
 constexpr const char* kNotStarted =
-    "ssdlife: the SSD driver could not start (no readable BIOS version or no /sys/block?); "
-    "see /var/log/ssddrv/ssddrv.log\n";
+    "ssdlife: the SSD driver could not start (no readable BIOS version or no /sys/block?)\n";
 constexpr const char* kDenied =
     "ssdlife: the request was refused: CMPI_RC_ERR_ACCESS_DENIED (2): not today\n";
 
@@ -203,6 +203,16 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"unstarted", {"watch"}, 5, kNotStarted}, Refusal{"refused", {"list"}, 1, kDenied},
         Refusal{"refused", {"watch"}, 1, kDenied}),
     [](const auto& test) { return nameOf(test.param); });
+
+TEST_F(Command, AsJsonNoDrivesAreAnEmptyList) {
+  CommandRun drives(onFakeLibrary({"list", "--json"}));
+  EXPECT_EQ(drives.with("FAKE_SSDS", "none").start().exitStatus(), 1);
+  EXPECT_EQ(json::parse(drives.output()), (json{{"drives", json::array()}}));
+  EXPECT_EQ(drives.error(), kNone);
+  CommandRun ids(onFakeLibrary({"names", "--json"}));
+  EXPECT_EQ(ids.with("FAKE_SSDS", "empty").start().exitStatus(), 1);
+  EXPECT_EQ(json::parse(ids.output()), (json{{"deviceIds", json::array()}}));
+}
 
 TEST_F(Command, AMissingLibraryIsNamed) {
   CommandRun run({"list", "--library", "/nowhere/libnone.so"});
@@ -245,14 +255,14 @@ TEST_F(Command, AWrongCommandLineIsOneLineAndStatusTwo) {
       {{"list", "one", "two"}, "The following arguments were not expected: one two"},
       {{"list", "--", "--machine", "F"}, "The following arguments were not expected: --machine F"},
       {{"get", "one", "--", "-V"}, "The following argument was not expected: -V"},
-      {{"get", "--"}, "DEVICEID is required"},
-      {{"get", ""}, "DEVICEID: an empty text names nothing"},
+      {{"get", "--"}, "DRIVE is required"},
+      {{"get", ""}, "DRIVE: an empty text names nothing"},
       {{"roads", ""}, "DRIVE: an empty text names nothing"},
       {{"record", ""}, "FILE: an empty text names nothing"},
       {{"list", "--machine", ""}, "--machine: an empty text names nothing"},
       {{"list", "--library", ""}, "--library: an empty text names nothing"},
       {{"list", "--colour"}, "The following argument was not expected: --colour"},
-      {{"get"}, "DEVICEID is required"},
+      {{"get"}, "DRIVE is required"},
       {{"list", "--format", "xml"}, "--format: xml not in {table,json,prometheus}"},
       {{"watch", "--count", "0"}, "--count: 0 is not a positive number"},
       {{"watch", "--count", "x"}, "--count: x is not a positive number"},
@@ -329,6 +339,17 @@ TEST_F(Command, RunsItselfAnewOnASimulatedMachine) {
   EXPECT_EQ(run.output(), "till.json___E2148___sda\nKINGSTON SNV2S250G___5002___nvme0\n");
 }
 
+TEST_F(Command, TheMachineThatTheEnvironmentNamesIsEntered) {
+  std::ofstream(file("till.json")) << "{}";
+  CommandRun run(onFakeLibrary({"names"}));
+  run.with("VEKSSD_MACHINE", file("till.json")).with("LD_PRELOAD", "");
+  EXPECT_EQ(run.start().exitStatus(), 0) << run.error();
+  EXPECT_EQ(run.output(), "till.json___E2148___sda\nKINGSTON SNV2S250G___5002___nvme0\n");
+  CommandRun missing(onFakeLibrary({"names"}));
+  missing.with("VEKSSD_MACHINE", "/nowhere/till.json").with("LD_PRELOAD", "");
+  EXPECT_EQ(missing.start().exitStatus(), 78);
+}
+
 TEST_F(Command, AMachineFileThatIsNotThereIsNamed) {
   CommandRun run(onFakeLibrary({"list", "--machine", "/nowhere/till.json"}));
   EXPECT_EQ(run.start().exitStatus(), 78);
@@ -392,8 +413,15 @@ TEST_F(Command, WatchEndsWhenItsTimeIsOver) {
   CommandRun run(onFakeLibrary({"watch", "--for", "0.05"}));
   EXPECT_EQ(run.start().exitStatus(), 0);
   CommandRun tooFew(onFakeLibrary({"watch", "--for", "0.5", "--count", "2"}));
-  EXPECT_EQ(tooFew.with("FAKE_EVENTS", "1").start().exitStatus(), 1);
+  tooFew.with("FAKE_EVENTS", "1").with("FAKE_JOURNAL", journal());
+  EXPECT_EQ(tooFew.start().exitStatus(), 1);
   EXPECT_EQ(tooFew.output().find("2024-02-29T"), 0U);
+  EXPECT_EQ(tooFew.error(),
+            "ssdlife: watching; Ctrl-C ends it\n"
+            "ssdlife: 1 of 2 indications came within 0.5 seconds\n");
+  // Unloading would take longer than the time that was given.
+  EXPECT_NE(journalText().find("disable\n"), std::string::npos);
+  EXPECT_EQ(journalText().find("unloaded"), std::string::npos);
 }
 
 TEST_F(Command, ASignalEndsWatchWithAProperFarewell) {

@@ -3,7 +3,7 @@
 // FAKE_SSDS     till (or nothing): two drives; young: the same, hardly worn; odd: one that calls
 //               itself strange things; empty: an empty answer; none: CMPI_RC_ERR_FAILED;
 //               unstarted: CMPI_RC_ERR_METHOD_NOT_AVAILABLE; refused: CMPI_RC_ERR_ACCESS_DENIED
-//               with a text
+//               with a text; hanging: never answers
 // FAKE_EVENTS   how many indications follow when indications are enabled
 // FAKE_JOURNAL  a file that gets a line for each thing that is asked
 #include <cmpi/cmpimacs.h>
@@ -67,9 +67,10 @@ std::vector<Ssd> ssds() {
   if (environment("FAKE_SSDS") == "empty") {
     return {};
   }
-  // On a simulated machine the drive is named after it.
-  const bool simulated = dlsym(RTLD_DEFAULT, "fakeSimulatorIsHere") != nullptr;
+  // On the machine of a file the drive is named after that.
   const std::string machine = environment("VEKSSD_MACHINE");
+  const bool simulated =
+      dlsym(RTLD_DEFAULT, "vekssdsimProblem") != nullptr && machine.find('/') != std::string::npos;
   const std::string model = simulated ? machine.substr(machine.rfind('/') + 1) : "Transcend 64";
   return {{model, "E2148", "20180526", "sda", 18422, 98, 2, 1},
           {"KINGSTON SNV2S250G", "5002", "SBM02103", "nvme0", 0, 255, 3, 0}};
@@ -136,6 +137,9 @@ CMPIStatus names(CMPIInstanceMI*, const CMPIContext*, const CMPIResult* rslt,
 CMPIStatus instances(CMPIInstanceMI*, const CMPIContext*, const CMPIResult* rslt,
                      const CMPIObjectPath*, const char**) {
   note("instances");
+  if (environment("FAKE_SSDS") == "hanging") {
+    pause();
+  }
   const CMPIStatus status = answer();
   if (status.rc == CMPI_RC_OK) {
     for (const Ssd& ssd : ssds()) {

@@ -1,3 +1,4 @@
-// Stands in for the simulator: a library that can be seen to be preloaded.
-extern "C" __attribute__((visibility("default"))) int fakeSimulatorIsHere;
-int fakeSimulatorIsHere = 1;
+// Stands in for the simulator: a library that can be seen to be preloaded, and finds fault with no
+// machine file.
+extern "C" __attribute__((visibility("default"))) const char* vekssdsimProblem(const char* path);
+extern "C" const char* vekssdsimProblem(const char* /*path*/) { return nullptr; }

@@ -36,6 +36,37 @@ TEST(Health, OfADriveThatDoesNotTellIsUnknown) {
   EXPECT_EQ(of({drive("sda", std::nullopt)}), Health::kUnknown);
 }
 
+TEST(Health, OfADriveThatCouldNotBeReadIsUnknownWhateverItsFigures) {
+  Drive unread = drive("nvme0", 0);
+  unread.poweredOnHours = 0;
+  unread.readError = "Input/output error";
+  EXPECT_EQ(healthOf({unread}, Thresholds{80, 95}).line,
+            "SSD UNKNOWN - nvme0 not read: Input/output error | nvme0_used=U;80;95;0;100\n");
+}
+
+TEST(Health, IsRaisedByTheRangesOfThePluginsGuidelines) {
+  using ssdlife::Range;
+  const auto alerts = [](const char* range, unsigned used) {
+    return Range::parse(range).value().alerts(used);
+  };
+  EXPECT_FALSE(alerts("10", 0) || alerts("10%", 10));
+  EXPECT_TRUE(alerts("10", 11));
+  EXPECT_FALSE(alerts("10:", 10) || alerts("10:", 254));
+  EXPECT_TRUE(alerts("10:", 9));
+  EXPECT_FALSE(alerts("~:10", 0) || alerts("~:10", 10));
+  EXPECT_TRUE(alerts("~:10", 11));
+  EXPECT_FALSE(alerts("10:20", 10) || alerts("10%:20%", 20));
+  EXPECT_TRUE(alerts("10:20", 9) && alerts("10:20", 21));
+  EXPECT_TRUE(alerts("@10:20", 10) && alerts("@10:20", 20));
+  EXPECT_FALSE(alerts("@10:20", 9) || alerts("@10:20", 21));
+  for (const char* const none :
+       {"", "%", "@", ":", "x", "-1", "1.5", "20:10", "255", "10::", "10 ", "~", "~%:3", "9:~"}) {
+    EXPECT_FALSE(Range::parse(none)) << none;
+  }
+  EXPECT_EQ(Range::parse("@10%:20%")->text(), "@10:20");
+  EXPECT_EQ(Range::parse("~:5%")->text(), "~:5");
+}
+
 TEST(Health, OfADriveThatTheProviderCallsFailingIsCritical) {
   EXPECT_EQ(of({drive("sda", 20, true)}), Health::kCritical);
   EXPECT_EQ(of({drive("sda", std::nullopt, true)}), Health::kCritical);
@@ -103,6 +134,9 @@ TEST(CheckCommand, TellsTheStateInOneLineAndByItsExitStatus) {
   EXPECT_EQ(warning.output().find("SSD WARNING - sda 33 %"), 0U);
   CommandRun critical({"check", "--critical=20", "--warning=20", "--library", FAKE_LIBRARY});
   EXPECT_EQ(critical.with("FAKE_SSDS", "young").start().exitStatus(), 2);
+  CommandRun range({"check", "-w", "13%:", "-c", "~:50%", "--library", FAKE_LIBRARY});
+  EXPECT_EQ(range.with("FAKE_SSDS", "young").start().exitStatus(), 1);
+  EXPECT_NE(range.output().find("nvme0_used=12%;13:;~:50;0;100"), std::string::npos);
   CommandRun failing({"check", "--critical", "254", "--library", FAKE_LIBRARY});
   EXPECT_EQ(failing.start().exitStatus(), 2);
   EXPECT_EQ(failing.output().find("SSD CRITICAL - sda 98 % (failing), nvme0 unknown | "), 0U);
@@ -115,8 +149,7 @@ TEST(CheckCommand, IsUnknownWhateverElseIsWrong) {
   expectUnknown(none.with("FAKE_SSDS", "none"), "no SSD found, or none that could be read");
   CommandRun unstarted({"check", "--library", FAKE_LIBRARY});
   expectUnknown(unstarted.with("FAKE_SSDS", "unstarted"),
-                "the SSD driver could not start (no readable BIOS version or no /sys/block?); see "
-                "/var/log/ssddrv/ssddrv.log");
+                "the SSD driver could not start (no readable BIOS version or no /sys/block?)");
   CommandRun unprivileged({"check", "--library", FAKE_LIBRARY});
   expectUnknown(unprivileged.with("VEKSSD_MACHINE", "").withoutRoot(),
                 "reading this machine's drives needs root (--machine FILE does not)");
@@ -131,15 +164,31 @@ TEST(CheckCommand, IsUnknownWhenItsLineCannotBeWritten) {
   EXPECT_EQ(run.error(), "ssdlife: can't write the output: No space left on device\n");
 }
 
+TEST(CheckCommand, IsUnknownWhenStandardOutputIsClosed) {
+  CommandRun run({"check", "--library", FAKE_LIBRARY});
+  EXPECT_EQ(run.outputClosed().start().exitStatus(), 3);
+  EXPECT_EQ(run.error(), "ssdlife: can't write the output: Bad file descriptor\n");
+}
+
+TEST(CheckCommand, IsUnknownWhenALibraryDoesNotAnswerInTime) {
+  CommandRun run({"check", "-t", "0.1", "--library", FAKE_LIBRARY});
+  run.with("FAKE_SSDS", "hanging");
+  expectUnknown(run, "no answer within 0.1 seconds");
+}
+
 TEST(CheckCommand, IsUnknownOnAWrongCommandLine) {
+  const std::string noRange =
+      " is no range of whole percentages from 0 to 254 (80, 10:80, ~:80, @10:20)";
   const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
       {{"--warning", "96"}, "--warning 96 is above --critical 95"},
       {{"--critical", "79"}, "--warning 80 is above --critical 79"},
-      {{"--warning", "x"}, "--warning: x is not a whole percentage from 0 to 254"},
-      {{"--warning", "-1"}, "--warning: -1 is not a whole percentage from 0 to 254"},
-      {{"--critical", "90.5"}, "--critical: 90.5 is not a whole percentage from 0 to 254"},
-      {{"--critical", "255"}, "--critical: 255 is not a whole percentage from 0 to 254"},
-      {{"--critical", ""}, "--critical:  is not a whole percentage from 0 to 254"},
+      {{"-w", "96%"}, "--warning 96 is above --critical 95"},
+      {{"-w", "x"}, "--warning: x" + noRange},
+      {{"--warning", "-1"}, "--warning: -1" + noRange},
+      {{"-c", "90.5"}, "--critical: 90.5" + noRange},
+      {{"--critical", "255"}, "--critical: 255" + noRange},
+      {{"--critical", ""}, "--critical: " + noRange},
+      {{"-t", "0"}, "--timeout: 0 is not a positive number"},
       {{"--format", "json"}, "--format is not for check"},
       {{"--format", "prometheus"}, "--format prometheus is for list only"},
       {{"--colour"}, "The following argument was not expected: --colour"},

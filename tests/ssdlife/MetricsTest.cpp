@@ -45,7 +45,12 @@ TEST(Metrics, HaveHelpAndTypeOnceAndASampleForEachDrive) {
       "is configured for.\n"
       "# TYPE ssdlife_failure_imminent gauge\n"
       "ssdlife_failure_imminent{device=\"sda\"} 1\n"
-      "ssdlife_failure_imminent{device=\"nvme0\"} 0\n");
+      "ssdlife_failure_imminent{device=\"nvme0\"} 0\n"
+      "# HELP ssdlife_read Whether the SSD could be read; without that, its share and its time are "
+      "not known.\n"
+      "# TYPE ssdlife_read gauge\n"
+      "ssdlife_read{device=\"sda\"} 1\n"
+      "ssdlife_read{device=\"nvme0\"} 1\n");
   EXPECT_EQ(run.error(), "");
 }
 
@@ -61,7 +66,19 @@ TEST(Metrics, EscapeWhatWouldEndALabelAndStayText) {
 TEST(Metrics, LeaveOutWhatADriveDoesNotTell) {
   Drive drive;
   drive.physicalDrive = "sda";
-  EXPECT_EQ(samples(showMetrics({drive})).size(), 2U);
+  EXPECT_EQ(samples(showMetrics({drive})).size(), 3U);
+}
+
+TEST(Metrics, OfADriveThatCouldNotBeReadHaveNoFigures) {
+  Drive drive;
+  drive.physicalDrive = "nvme0";
+  drive.percentageUsed = 0;
+  drive.poweredOnHours = 0;
+  drive.readError = "Input/output error";
+  const std::vector<std::string> lines = samples(showMetrics({drive}));
+  ASSERT_EQ(lines.size(), 3U);
+  EXPECT_EQ(lines[1], "ssdlife_failure_imminent{device=\"nvme0\"} 0");
+  EXPECT_EQ(lines[2], "ssdlife_read{device=\"nvme0\"} 0");
 }
 
 TEST(Metrics, GiveThePercentageAsARatio) {

@@ -115,6 +115,13 @@ TEST_F(Record, SaysWhatWasWrittenAndHowManySsdsThereWere) {
   EXPECT_EQ(till.at("block"), (json{"sda", "nvme0n1"}));
 }
 
+TEST_F(Record, WritesToStandardOutputWhereThatIsNamed) {
+  const Outcome outcome = run({"record", "-"}, MACHINES "/till.json");
+  EXPECT_EQ(outcome.exitStatus, 0);
+  EXPECT_EQ(json::parse(outcome.output).at("block"), (json{"sda", "nvme0n1"}));
+  EXPECT_EQ(outcome.error, "ssdlife: machine file written: 2 SSDs\n");
+}
+
 TEST_F(Record, KeepsAMachineWithNothingToShowAsWell) {
   const Outcome outcome = run({"record", file("none.json")}, MACHINES "/no-dmi.json");
   EXPECT_EQ(outcome.exitStatus, 0);
