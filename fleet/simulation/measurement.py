@@ -1,6 +1,7 @@
 """What a fleet costs the real Prometheus: `./scripts/fleet --measure MINUTES --tills N`.
 
-One process serves the pages of all tills, each a target of its own. The history that the hourly rules look
+With 0 minutes: the bytes of a sample on disk instead, from chunks that are full because the tills are
+scraped every second. One process serves the pages of all tills, each a target of its own. The history that the hourly rules look
 back upon is made beforehand, with a sample every four hours; they are evaluated every two minutes here
 instead of once an hour, so that there is something to measure.
 """
@@ -12,6 +13,7 @@ import os
 import random
 import signal
 import time
+import urllib.request
 
 from simulation import servers, tills
 
@@ -78,6 +80,28 @@ def write_lookback(fleet, now, file):
     file.write("# EOF\n")
 
 
+def start_pages(fleet, now):
+    port = multiprocessing.Queue()
+    multiprocessing.Process(target=serve_pages, args=(prepared(fleet, now), port), daemon=True).start()
+    return port.get()
+
+
+def measure_disk(server, count):
+    now = time.time()
+    fleet = tills.make_fleet(count, now)
+    server.configure(tills.targets(fleet, start_pages(fleet, now)), scrape="1s")
+    server.start_prometheus("--web.enable-admin-api")
+    servers.wait_for("all tills", lambda: server.value("count(up)") == count)
+    time.sleep(140)  # a chunk holds 120 samples
+    request = urllib.request.Request(f"{server.url}/api/v1/admin/tsdb/snapshot", method="POST")
+    with urllib.request.urlopen(request) as answer:
+        name = json.load(answer)["data"]["name"]
+    (block,) = (server.data / "snapshots" / name).iterdir()
+    samples = json.loads((block / "meta.json").read_text())["stats"]["numSamples"]
+    chunks = sum(file.stat().st_size for file in (block / "chunks").iterdir())
+    print(f"{samples} samples, {chunks / samples:.2f} bytes each; index {(block / 'index').stat().st_size / count:.0f} bytes a till and block")
+
+
 def processor_seconds(process):
     with open(f"/proc/{process.pid}/stat", encoding="ascii") as file:
         fields = file.read().rpartition(")")[2].split()
@@ -85,15 +109,15 @@ def processor_seconds(process):
 
 
 def measure(server, count, minutes):
+    if minutes == 0:
+        measure_disk(server, count)
+        return
     now = time.time()
     fleet = tills.make_fleet(count, now)
     history = server.folder / "history.om"
     with open(history, "w", encoding="utf-8") as file:
         write_lookback(fleet, now, file)
-    port = multiprocessing.Queue()
-    pages = multiprocessing.Process(target=serve_pages, args=(prepared(fleet, now), port), daemon=True)
-    pages.start()
-    server.configure(tills.targets(fleet, port.get()), faster=False, scrape="1m")
+    server.configure(tills.targets(fleet, start_pages(fleet, now)), faster=False, scrape="1m")
     rules = server.folder / "rules/ssdlife.rules.yml"
     rules.write_text(rules.read_text().replace("interval: 1h", "interval: 2m"))
     settings = server.folder / "prometheus.yml"

@@ -1,6 +1,7 @@
 """A stand-in for the object managers of many tills: one loopback port, each till a user name of HTTP's
-basic authentication. Answers as sfcb and OpenPegasus do (CIM-XML of DMTF's DSP0200 and DSP0201): an
-instance is a VALUE.NAMEDINSTANCE, a till without SSDs the provider's CIM_ERR_FAILED."""
+basic authentication. In recorded/ is what sfcb 1.3.19 and OpenPegasus 2.14.4 answered with this provider
+on simulator/machines/till.json; what is made here has their form (CIM-XML of DMTF's DSP0200 and DSP0201).
+"""
 
 import base64
 import http.server

@@ -10,8 +10,8 @@ import unittest
 import object_manager
 from object_manager import instances
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-COLLECT = ROOT / "fleet/collect-cim"
+HERE = pathlib.Path(__file__).resolve().parent
+COLLECT = HERE.parent.parent / "fleet/collect-cim"
 SECRET = "Kennwort"
 DRIVE = {"model": "TS64GHSD630", "serial": "E214870391", "device": "sda", "used": 33}
 
@@ -67,6 +67,14 @@ class Collector(unittest.TestCase):
         self.assertIn('ssdlife_failure_imminent{instance="till-1",device="sda"} 1', lines)
         self.assertIn('ssdlife_powered_on_seconds_total{instance="till-1",device="nvme0"} 26316000', lines)
 
+    def test_takes_a_drive_that_could_not_be_read_for_one_that_does_not_tell(self):
+        unread = {**DRIVE, "device": "nvme0", "used": 0, "hours": 0}
+        unused = {**DRIVE, "device": "sda", "used": 0, "hours": 1}
+        self.serve({"t": instances(unread, unused)})
+        lines = self.samples()
+        self.assertEqual([x for x in lines if "used_ratio" in x], ['ssdlife_rated_life_used_ratio{instance="t",device="sda"} 0.00'])
+        self.assertIn('source="none"', lines[0])
+
     def test_keeps_hostile_names_within_their_label(self):
         self.serve({"t": instances({**DRIVE, "model": 'a"b\\c\nd <&>', "serial": '"} 1,DriveModel="x"\x01'})})
         self.assertIn(r'model="a\"b\\c?d <&>",serial_number="\"} 1,DriveModel=\"x\"?"', self.samples()[0])
@@ -102,14 +110,15 @@ class Collector(unittest.TestCase):
 
     def test_asks_two_hundred_at_a_time_and_counts_what_became_of_them(self):
         together = threading.Barrier(200)
+        recorded = (HERE / "recorded/sfcb.xml").read_bytes()
 
         def once_all_have_asked():
             together.wait(60)
-            return instances(DRIVE)
+            return recorded
 
         answers = {f"till-{number:03}": once_all_have_asked for number in range(200)}
         for number in range(200, 300):
-            answers[f"till-{number}"] = {8: None, 9: b"no XML"}.get(number % 10, instances(DRIVE))
+            answers[f"till-{number}"] = {8: None, 9: b"no XML"}.get(number % 10, recorded)
         self.serve(answers, "closed: http://127.0.0.1:1\n")
         lines = self.samples("--parallel", "200", "--timeout", "60")
         self.assertIn('ssdlife_collect_tills{result="answered"} 280', lines)
