@@ -9,6 +9,7 @@ option(VEKSSD_HARDENING "Guard the stack, the control flow and string functions"
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 set(hardening -fstack-protector-strong)
+set(CMAKE_REQUIRED_FLAGS -Werror)  # a flag that is only warned of is not there
 foreach(flag fcf-protection=full mbranch-protection=standard fstack-clash-protection)
   string(MAKE_C_IDENTIFIER "VEKSSD_HAS_${flag}" has)
   check_cxx_compiler_flag(-${flag} ${has})
@@ -16,6 +17,7 @@ foreach(flag fcf-protection=full mbranch-protection=standard fstack-clash-protec
     list(APPEND hardening -${flag})
   endif()
 endforeach()
+unset(CMAKE_REQUIRED_FLAGS)
 
 string(TOUPPER "${CMAKE_BUILD_TYPE}" type)
 set(CMAKE_REQUIRED_FLAGS "${CMAKE_CXX_FLAGS_${type}}")

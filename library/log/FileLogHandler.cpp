@@ -35,7 +35,7 @@ bool exists(const std::string& path) {
 /// and prints into these what it means for its streams.
 int descriptorOf(UniqueFile& file) {
   const int fd = fileno(file.get());
-  if (fd < 0 || fd > STDERR_FILENO) {
+  if (fd > STDERR_FILENO) {
     return fd;
   }
   UniqueFd higher(fcntl(fd, F_DUPFD, STDERR_FILENO + 1));

@@ -1,9 +1,14 @@
 #include "log/FileLogHandler.h"
 
 #include <cerrno>
+#include <fstream>
 #include <string>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "tests/support/CapturedStream.h"
 #include "tests/support/FakeRoot.h"
@@ -13,6 +18,21 @@
 using namespace testkit;
 
 namespace {
+
+bool readsFail = false;
+bool streamsFail = false;
+
+/// Standard input is closed while this object lives.
+class ClosedInput {
+ public:
+  ClosedInput() : saved_(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 10)) { close(STDIN_FILENO); }
+  ~ClosedInput() { dup2(saved_, STDIN_FILENO); }
+  ClosedInput(const ClosedInput&) = delete;
+  ClosedInput& operator=(const ClosedInput&) = delete;
+
+ private:
+  int saved_;
+};
 
 constexpr char kOpen[] = "fopen /var/log/ssddrv/ssddrv.log a+";
 constexpr char kClose[] = "fclose /var/log/ssddrv/ssddrv.log";
@@ -27,6 +47,11 @@ class LogFile : public testing::Test {
   static FakeRoot& root() { return FakeRoot::instance(); }
   void write(const std::string& text) { handler_->WriteLog(text); }
   static std::string content() { return root().read(kLogFile); }
+  static mode_t mode() {
+    struct stat status {};
+    stat(root().place(kLogFile).c_str(), &status);
+    return status.st_mode & 07777U;
+  }
 
   std::unique_ptr<FileLogHandler> handler_;
 };
@@ -55,6 +80,20 @@ class EchoedLogFile : public LogFile {
 };
 
 }  // namespace
+
+extern "C" {
+
+ssize_t __real_pread(int fd, void* data, std::size_t length, off_t offset);
+std::FILE* __real_fdopen(int fd, const char* mode);
+
+ssize_t __wrap_pread(int fd, void* data, std::size_t length, off_t offset) {
+  return readsFail ? -1 : __real_pread(fd, data, length, offset);
+}
+
+std::FILE* __wrap_fdopen(int fd, const char* mode) {
+  return streamsFail ? nullptr : __real_fdopen(fd, mode);
+}
+}
 
 // The order by which support finds its way in a core dump.
 TEST(LogHandlers, LogAndTellTheirLevelBehindTheirDestructor) {
@@ -163,6 +202,88 @@ TEST_F(LogFile, FullAtTheFirstLineIsClosedForGood) {
   write("lost\n");
   EXPECT_EQ(root().takeLogFileCalls(), (Lines{kOpen, "fstat", kClose}));
   EXPECT_EQ(content(), "");
+}
+
+TEST_F(LogFile, ThatIsMadeIsNotWritableByOthersWhateverTheUmask) {
+  const mode_t mask = umask(0);
+  write("one\n");
+  umask(mask);
+  EXPECT_EQ(mode(), 0644U);
+}
+
+TEST_F(LogFile, ThatIsThereKeepsItsMode) {
+  root().write(kLogFile, "");
+  chmod(root().place(kLogFile).c_str(), 0666);
+  write("one\n");
+  EXPECT_EQ(mode(), 0666U);
+}
+
+TEST_F(LogFile, ThatMayBeThereKeepsItsMode) {
+  root().write(kLogFile, "");
+  chmod(root().place(kLogFile).c_str(), 0666);
+  root().refuse("stat", kLogFile, EACCES);
+  write("one\n");
+  EXPECT_EQ(mode(), 0666U);
+}
+
+TEST_F(LogFile, BeginsALineOfItsOwnBehindOneThatWasCutShort) {
+  write("one\n");
+  root().refuse("fwrite", kLogFile, ENOSPC);
+  write("lost\n");
+  std::ofstream(root().place(kLogFile), std::ios::app) << "lo";  // what of it fitted
+  write("two\n");
+  write("three\n");
+  EXPECT_EQ(content(), "one\nlo\ntwo\nthree\n");
+}
+
+TEST_F(LogFile, AddsNothingBehindALineThatWasLostAsAWhole) {
+  write("one\n");
+  root().refuse("fwrite", kLogFile, ENOSPC);
+  write("lost\n");
+  write("two\n");
+  EXPECT_EQ(content(), "one\ntwo\n");
+  root().write(kLogFile, "");
+  root().refuse("fwrite", kLogFile, ENOSPC);
+  write("lost\n");
+  write("three\n");
+  EXPECT_EQ(content(), "three\n");
+}
+
+TEST_F(LogFile, AddsNothingBehindALineThatWasLostWhenItCannotBeRead) {
+  write("one\n");
+  root().refuse("fwrite", kLogFile, ENOSPC);
+  write("lost\n");
+  readsFail = true;
+  write("two\n");
+  EXPECT_EQ(content(), "one\ntwo\n");
+}
+
+TEST_F(LogFile, LeavesTheDescriptorsOfClosedStandardStreams) {
+  const ClosedInput closed;
+  write("one\n");
+  write("two\n");
+  EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+  EXPECT_EQ(content(), "one\ntwo\n");
+}
+
+TEST_F(LogFile, TakesTheDescriptorOfAClosedStandardStreamWithoutMemoryForAnother) {
+  const ClosedInput closed;
+  streamsFail = true;
+  write("one\n");
+  EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), 0);
+  EXPECT_EQ(content(), "one\n");
+}
+
+TEST_F(LogFile, TakesTheDescriptorOfAClosedStandardStreamWhereThereIsNoOther) {
+  const ClosedInput closed;
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  const rlimit none = {3, limit.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  write("one\n");
+  setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), 0);
+  EXPECT_EQ(content(), "one\n");
 }
 
 TEST_F(LogFile, GetsEachRecordAsItsLineWithoutAnEcho) {

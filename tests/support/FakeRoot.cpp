@@ -184,6 +184,11 @@ int FakeRoot::fclose(std::FILE* file) {
   return __real_fclose(file);
 }
 
+int FakeRoot::stat(const char* path, struct stat* status) {
+  const std::lock_guard lock(mutex_);
+  return isRefused("stat", path) ? -1 : __real_stat(place(path).c_str(), status);
+}
+
 int FakeRoot::fstat(int fd, struct stat* status) {
   const std::lock_guard lock(mutex_);
   for (const auto& [file, path] : openFiles_) {
@@ -203,6 +208,9 @@ std::size_t FakeRoot::fwrite(const void* data, std::size_t size, std::size_t cou
     const std::lock_guard lock(mutex_);
     if (const std::string path = openPath(file); !path.empty()) {
       record(path, "fwrite " + std::to_string(size * count));
+      if (isRefused("fwrite", path)) {
+        return 0;
+      }
     }
   }
   return __real_fwrite(data, size, count, file);

@@ -45,8 +45,8 @@ class FakeRoot {
   /// Lets glob fail with one of its codes.
   void failGlob(int code);
 
-  /// Lets the next `times` calls of `call` ("fopen", "access", "opendir", "fstat") on `path` fail
-  /// with `error`. fstat is known by "fstat" and the path that was opened.
+  /// Lets the next `times` calls of `call` ("fopen", "access", "opendir", "stat", "fstat",
+  /// "fwrite") on `path` fail with `error`. fstat is known by "fstat" and the path that was opened.
   void refuse(const std::string& call, const std::string& path, int error, int times = 1);
 
   /// Ends the thread that calls `call` ("fopen", "opendir") on `path` next, as a host may end one
@@ -69,6 +69,7 @@ class FakeRoot {
   // Called by the seam.
   std::FILE* fopen(const char* path, const char* mode);
   int fclose(std::FILE* file);
+  int stat(const char* path, struct stat* status);
   int fstat(int fd, struct stat* status);
   std::size_t fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file);
   int access(const char* path, int mode);

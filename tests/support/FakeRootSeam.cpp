@@ -24,6 +24,11 @@ int __wrap_fclose(std::FILE* file) {
   return root().fclose(file);
 }
 
+int __wrap_stat(const char* path, struct stat* status) {
+  const Exempt exempt;
+  return root().stat(path, status);
+}
+
 int __wrap_fstat(int fd, struct stat* status) {
   const Exempt exempt;
   return root().fstat(fd, status);

@@ -14,6 +14,7 @@
 
 VEKSSD_REAL(std::FILE*, fopen, const char* path, const char* mode);
 VEKSSD_REAL(int, fclose, std::FILE* file);
+VEKSSD_REAL(int, stat, const char* path, struct stat* status);
 VEKSSD_REAL(int, fstat, int fd, struct stat* status);
 VEKSSD_REAL(std::size_t, fwrite, const void* data, std::size_t size, std::size_t count,
             std::FILE* file);

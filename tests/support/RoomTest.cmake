@@ -5,7 +5,7 @@
 
 set(VEKSSD_SEAM
   access close closedir fclose fcntl fopen fstat fwrite glob globfree ioctl open opendir
-  pthread_create pthread_join pthread_mutex_lock pthread_rwlock_wrlock readdir sched_yield usleep)
+  pthread_create pthread_join pthread_mutex_lock pthread_rwlock_wrlock readdir sched_yield stat usleep)
 
 function(vekssd_room_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;ROOMS" ${ARGN})
