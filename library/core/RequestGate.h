@@ -32,6 +32,9 @@ class RequestGate {
   /// thread, which may have ended the process from in there.
   void close();
 
+  /// Forgets whoever is inside: in a forked child it is nobody.
+  void forget() { inside_ = 0; }
+
  private:
   std::atomic<bool> closed_{false};
   std::atomic<pthread_t> inside_{0};

@@ -1,5 +1,7 @@
 #include "core/SsdApi.h"
 
+#include <atomic>
+
 #include "config/Config.h"
 #include "core/RequestGate.h"
 #include "core/SsdManager.h"
@@ -12,19 +14,31 @@ bool init = false;
 
 RequestGate gate;
 
-/// Constructed while the library is loaded, destroyed (and with it every polling thread joined)
-/// when it is unloaded.
-SsdManager ssdManager;
+/// This process was forked from the one whose threads watch the devices.
+std::atomic<bool> inherited{false};
 
-/// Behind the manager, and so gone before it: nobody may be reading its devices then, nor come to
-/// do so.
-struct ClosesGate {
-  ~ClosesGate() { gate.close(); }
-} closesGate;
+/// Constructed while the library is loaded, destroyed (and with it every polling thread joined)
+/// when it is unloaded: behind the request that is inside, and not in a forked child.
+struct Core {
+  Core() : manager() {}
+  ~Core() {
+    gate.close();
+    if (!inherited) {
+      manager.~SsdManager();
+    }
+  }
+  union {
+    SsdManager manager;
+  };
+} core;
+
+SsdManager& ssdManager = core.manager;
 
 SSD_CODE initialiseManager() {
   ssdManager.setModelsFile(Config::GetInstance()->getModelsFile());
-  return ssdManager.initialise();
+  const SSD_CODE code = ssdManager.initialise();
+  inherited = false;
+  return code;
 }
 
 }  // namespace
@@ -73,4 +87,9 @@ void SsdApi::withdrawSsdListener(const ISsdListener* listener) {
   if (pass.granted()) {
     ssdManager.withdrawSsdListener(listener);
   }
+}
+
+void SsdApi::forgetThreads() {
+  gate.forget();
+  inherited = true;
 }

@@ -24,4 +24,8 @@ class SsdApi {
   /// Removes `listener` if it is the registered one, without a line in the log: for a listener that
   /// is about to go. No event reaches it any more once this returns.
   static void withdrawSsdListener(const ISsdListener* listener);
+
+  /// For a forked child, in which none of its parent's other threads goes on: nobody is waited for
+  /// at its end, and the devices are left as they are.
+  static void forgetThreads();
 };

@@ -167,3 +167,9 @@ void awaitIndicationThreads() {
     usleep(kWayOutMicroseconds);
   }
 }
+
+void forgetIndicationThreads() {
+  threadsToCome = 0;
+  threadsInside = 0;
+  someThreadRan = false;
+}

@@ -23,3 +23,6 @@ void startIndicationThread(std::unique_ptr<IndicationArguments> arguments);
 /// delivering, and until a second after the last start for those that have not begun. For the
 /// library's last moment, when nothing is left that could start another one.
 void awaitIndicationThreads();
+
+/// For a forked child, in which none of these threads goes on.
+void forgetIndicationThreads();

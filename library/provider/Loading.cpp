@@ -8,10 +8,16 @@
 //
 // At the process's end: the static objects; whatever the host gave to atexit before it loaded the
 // library; DESTRUCTOR; awaitThreads. Other threads of the host may still make requests meanwhile.
+//
+// In a child that the host forks: forgetThreads. They are the parent's, be they the library's own
+// or on a request.
 
 #include <cstdio>
 #include <new>
 
+#include <pthread.h>
+
+#include "core/SsdApi.h"
 #include "provider/IndicationThread.h"
 #include "provider/ProviderState.h"
 
@@ -20,10 +26,17 @@ namespace {
 /// Where CONSTRUCTOR makes the lock, and DESTRUCTOR destroys it.
 alignas(Mutex) unsigned char drvMutexMemory[sizeof(Mutex)];
 
+void forgetThreads() {
+  SsdApi::forgetThreads();
+  forgetIndicationThreads();
+}
+
 __attribute__((constructor(101))) void CONSTRUCTOR() {
   std::fputs("CONSTRUCTOR\n", stderr);
   new (drvMutexMemory) Mutex;
   use_count = 0;
+  // The C library forgets it again at dlclose.
+  (void)pthread_atfork(nullptr, nullptr, forgetThreads);
 }
 
 /// Without a priority, which would move it behind the destructors of the static objects.

@@ -60,3 +60,5 @@ void SsdApi::withdrawSsdListener(const ISsdListener* listener) {
     core().listener = nullptr;
   }
 }
+
+void SsdApi::forgetThreads() {}

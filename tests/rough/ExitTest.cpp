@@ -21,3 +21,12 @@ TEST(Exit, LeavesRequestsThatComeTooLateUnanswered) {
   till.setting(kNoPolls).environment("MALLOC_PERTURB_", kFilled).run({"ask-after-the-end"});
   EXPECT_EQ(countOf(till.logText(), "getSsdInformationList failed, sscode=0x00000001\n"), 1U);
 }
+
+TEST(Exit, OfAForkedChildLeavesTheParentsThreadsAndLogAlone) {
+  TillRun till(
+      machineWith(sataDrive("sda", "S1", R"({"readings": [95, 95, 96]})"),
+                  R"("faults": [{"call": "ioctl", "count": "forever", "delayMs": 2000}], )"));
+  till.setting(kNoPolls).run({"exit-in-children"});
+  EXPECT_EQ(countOf(till.logText(), "SsdManager Destroyed\n"), 1U);
+  EXPECT_EQ(countOf(till.err(), "IndicateThread - Exit\n"), 1U);
+}

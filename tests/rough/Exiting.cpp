@@ -1,7 +1,11 @@
 // A host that calls exit() in the middle of its requests.
 
+#include <atomic>
 #include <cstdlib>
 #include <thread>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "tests/rough/Host.h"
 
@@ -30,10 +34,42 @@ void askAfterTheEnd() {
   std::exit(0);
 }
 
+/// While a request reads the drive and an indication is being delivered.
+void exitInChildren() {
+  till = &Till::start();
+  std::atomic<bool> delivering{false};
+  till->broker.onIndication([&](const cmpihost::Indication&) {
+    delivering = true;
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+  });
+  till->subscribe();
+  (void)till->list();
+  while (!delivering) {
+    std::this_thread::yield();
+  }
+  std::thread request([] { (void)till->list(); });
+  waitForLog("SsdManager::getSsdInformationList - found", 3);
+  for (int i = 0; i < 10; ++i) {
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(5);  // for one that hangs
+      std::exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    expect(status == 0, "a child ended with " + std::to_string(status));
+  }
+  request.join();
+  till->cleanUp();
+  till->unloadAtOnce();
+}
+
 }  // namespace
 
 Behaviours exiting() {
-  return {{"exit-during-request", exitDuringRequest}, {"ask-after-the-end", askAfterTheEnd}};
+  return {{"exit-during-request", exitDuringRequest},
+          {"ask-after-the-end", askAfterTheEnd},
+          {"exit-in-children", exitInChildren}};
 }
 
 }  // namespace rough
