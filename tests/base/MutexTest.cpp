@@ -76,7 +76,7 @@ TEST_F(Locks, AWriterWaitsForTheReaders) {
 // Going on without a lock would be worse for the process than its end.
 
 TEST_F(LocksDeath, ARefusedMutexEndsTheProcess) {
-  const auto meetRefusal = [this] {
+  const auto meetRefusal = [this]() VEKSSD_NO_THREAD_SAFETY_ANALYSIS {
     FakeThreads::refuseNextLock(EAGAIN);
     mutex_.lock();
   };
@@ -84,11 +84,11 @@ TEST_F(LocksDeath, ARefusedMutexEndsTheProcess) {
 }
 
 TEST_F(LocksDeath, AWriterThatWaitsForItselfEndsTheProcess) {
-  const auto writeTwice = [this] {
+  const auto writeTwice = [this]() VEKSSD_NO_THREAD_SAFETY_ANALYSIS {
     shared_.lock();
     shared_.lock();
   };
-  const auto writeAndRead = [this] {
+  const auto writeAndRead = [this]() VEKSSD_NO_THREAD_SAFETY_ANALYSIS {
     shared_.lock();
     shared_.lockShared();
   };
