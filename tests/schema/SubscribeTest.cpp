@@ -72,8 +72,8 @@ TEST_P(Subscribe, CreatesFilterDestinationAndSubscription) {
   EXPECT_EQ(held[2].className, "CIM_IndicationSubscription");
 }
 
-TEST_P(Subscribe, CreatingTwiceIsAsGoodAsOnce) {
-  ObjectManager manager("root/interop", GetParam());
+TEST_F(SubscribeScript, CreatingTwiceIsAsGoodAsOnce) {
+  ObjectManager manager("root/interop");
   EXPECT_EQ(ask(manager, "create http://collector:5990").exitCode, 0);
   EXPECT_EQ(ask(manager, "create http://collector:5990").exitCode, 0);
   EXPECT_EQ(manager.held().size(), 3U);
@@ -99,24 +99,24 @@ TEST_P(Subscribe, RemovesOneAndKeepsTheFilterForTheOthers) {
   EXPECT_THAT(manager.complaints(), IsEmpty());
 }
 
-TEST_P(Subscribe, RemovesAllAndLeavesNothingBehind) {
-  ObjectManager manager("root/interop", GetParam());
+TEST_F(SubscribeScript, RemovesAllAndLeavesNothingBehind) {
+  ObjectManager manager("root/interop");
   EXPECT_EQ(ask(manager, "create http://one:5990").exitCode, 0);
   EXPECT_EQ(ask(manager, "create http://two:5990").exitCode, 0);
   EXPECT_EQ(ask(manager, "remove").output, "removed: all\n");
   EXPECT_THAT(manager.held(), IsEmpty());
 }
 
-TEST_P(Subscribe, FindsTheInteropNamespaceOfTheServer) {
+TEST_F(SubscribeScript, FindsTheInteropNamespaceOfTheServer) {
   for (const char* name : {"root/interop", "root/PG_InterOp", "interop"}) {
-    ObjectManager manager(name, GetParam());
+    ObjectManager manager(name);
     EXPECT_EQ(ask(manager, "create http://one:5990").exitCode, 0) << name;
     EXPECT_EQ(manager.held().size(), 3U) << name;
   }
 }
 
-TEST_P(Subscribe, TakesANamespaceThatItIsGiven) {
-  ObjectManager manager("root/somewhere/else", GetParam());
+TEST_F(SubscribeScript, TakesANamespaceThatItIsGiven) {
+  ObjectManager manager("root/somewhere/else");
   EXPECT_THAT(ask(manager, "create http://one:5990").output, HasSubstr("give it with -n"));
   EXPECT_EQ(ask(manager, "-n root/somewhere/else create http://one:5990").exitCode, 0);
   EXPECT_EQ(manager.held().size(), 3U);
