@@ -234,7 +234,7 @@ CMPIStatus drvDeActivateFilter(CMPIIndicationMI* mi, const CMPIContext* context,
 }
 
 void drvEnableIndications(CMPIIndicationMI* mi, const CMPIContext* context) {
-  // kept: docs/compatibility.md
+  // Without "drv". kept: docs/compatibility.md
   Log(LOG_LEVEL_DEBUG, "enableIndications - provider = %p", currentProvider());
   (void)forward([=](SsdProvider& provider) {
     provider.enableIndications(mi, context);

@@ -22,7 +22,7 @@ CMPIInstance* KAV_SSDLifeMonitor::getInstance(const CMPIBroker* broker) const {
   Utils::SetCharsProperty(instance, "DriveModel", DriveModel.c_str());
   Utils::SetCharsProperty(instance, "DriveSerialNumber", DriveSerialNumber.c_str());
   Utils::SetCharsProperty(instance, "PhysicalDrive", PhysicalDrive.c_str());
-  // Once more, harmlessly: brokers' traces are compared call by call.
+  // Once more. kept: docs/compatibility.md
   Utils::SetCharsProperty(instance, kDeviceIdProperty, DeviceID.c_str());
   Utils::SetUint16Property(instance, "PoweredOnHours", PoweredOnHours);
   Utils::SetUint8Property(instance, "PercentageUsed", PercentageUsed);

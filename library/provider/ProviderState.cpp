@@ -23,6 +23,7 @@ void __drv_cleanup() {
   std::fprintf(stderr, "__drv_cleanup - provider=%p, use_count=%i\n", provider, use_count);
   Log(LOG_LEVEL_DEBUG, "__drv_cleanup - provider=%p, use_count=%i", provider, use_count);
   __decrUseCount();
+  // Two blanks. kept: docs/compatibility.md
   std::printf("__drv_cleanup -  use_count=%d after decrement\n", use_count);
   if (use_count > 0) {
     return;

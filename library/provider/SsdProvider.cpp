@@ -14,6 +14,7 @@ SsdProvider::~SsdProvider() {
   // The core may still know the provider: the indication MI need not have been cleaned up last.
   SsdApi::withdrawSsdListener(this);
 
+  // "0x%p". kept: docs/compatibility.md
   Log(LOG_LEVEL_DEBUG, "SsdProvider::destructor - service=0x%p", static_cast<void*>(service.get()));
   if (service != nullptr) {
     Log(LOG_LEVEL_DEBUG, "deleting service object");

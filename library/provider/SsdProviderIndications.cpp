@@ -57,6 +57,7 @@ CMPIStatus SsdProvider::activateFilter(CMPIIndicationMI* /*mi*/, const CMPIConte
     return statusOf(CMPI_RC_ERR_INVALID_CLASS);
   }
   if (firstActivation != 0) {
+    // "activiation". kept: docs/compatibility.md
     Log(LOG_LEVEL_DEBUG, "SsdProvider::activateFilter - First activiation");
   }
   Log(LOG_LEVEL_DEBUG, "SsdProvider::activateFilter - current activeIndSubscriptions=%i",
@@ -79,13 +80,14 @@ CMPIStatus SsdProvider::deActivateFilter(CMPIIndicationMI* /*mi*/, const CMPICon
     return statusOf(CMPI_RC_ERR_INVALID_CLASS);
   }
   if (lastActivation != 0) {
+    // "deActiviation". kept: docs/compatibility.md
     Log(LOG_LEVEL_DEBUG, "SsdProvider::deActivateFilter - Last deActiviation");
   }
   Log(LOG_LEVEL_DEBUG, "SsdProvider::deActivateFilter - current activeIndSubscriptions=%i",
       activeIndSubscriptions);
   if (--activeIndSubscriptions < 1) {
     indicationsEnabled = false;
-    service->registerSsdListener(this);
+    service->registerSsdListener(this);  // kept: docs/compatibility.md
   }
   return statusOf(CMPI_RC_OK);
 }
@@ -133,6 +135,7 @@ void SsdProvider::SsdFailureImminent(std::string model, std::string serialNumber
       serialNumber.c_str(), physicalDrive.c_str(), percentageUsed);
   const std::shared_ptr<CMPIContext> context = indicationContext();
   if (!indicationsEnabled || context == nullptr) {
+    // "indcations". kept: docs/compatibility.md
     Log(LOG_LEVEL_DEBUG,
         "SsdProvider::SsdFailureImminent - indcations disabled or NULL indication context");
     return;
