@@ -19,6 +19,7 @@ constexpr const char* kTools[] = {"awk",  "cat", "cmp",   "cp",     "dirname", "
                                   "head", "ln",  "mkdir", "mktemp", "mv",      "rm",   "readlink",
                                   "sed",  "sh",  "sort",  "tail",   "tr"};
 
+// pidof tells by its exit status; systemctl answers 4 about a unit that there is not.
 constexpr const char* kPidof = R"sh([ "$1" = sfcbd ] && [ -e "$TILL/sfcb.running" ])sh";
 constexpr const char* kSystemctl = R"sh(
 unit=$(cat "$TILL/unit")
@@ -31,8 +32,9 @@ case $1 in
 esac
 )sh";
 
-constexpr const char* kServerUp =
-    R"sh([ ! -e "$TILL/pegasus.down" ] || { echo "cannot connect"; exit 1; }
+// What the commands of OpenPegasus 2.14.4 say when the server does not run.
+constexpr const char* kServerUp = R"sh(
+[ ! -e "$TILL/pegasus.down" ] || { echo "The CIM server may not be running."; exit 1; }
 )sh";
 
 // The stand-in of this name, as the rest of a script.
