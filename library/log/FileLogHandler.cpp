@@ -39,7 +39,7 @@ int descriptorOf(UniqueFile& file) {
     return fd;
   }
   UniqueFd higher(fcntl(fd, F_DUPFD, STDERR_FILENO + 1));
-  UniqueFile moved(higher.isOpen() ? fdopen(higher.get(), "a+") : nullptr);
+  UniqueFile moved(fdopen(higher.get(), "a+"));
   if (moved == nullptr) {
     return fd;
   }

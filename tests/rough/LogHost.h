@@ -11,6 +11,8 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include "log/Log.h"
+
 // What the hosts share that use the library for its log alone.
 namespace rough {
 
@@ -56,21 +58,18 @@ class Library {
  public:
   Library() : handle_(dlopen(VEKSSD_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
     check(handle_ != nullptr, "the library is loaded");
-    logQuick_ =
-        reinterpret_cast<void (*)(int, const char*)>(dlsym(handle_, "_Z8LogQuick9LOG_LEVELPKc"));
+    logQuick_ = reinterpret_cast<decltype(&LogQuick)>(dlsym(handle_, "_Z8LogQuick9LOG_LEVELPKc"));
     check(logQuick_ != nullptr, "LogQuick is exported");
   }
   ~Library() { dlclose(handle_); }
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 
-  void log(const std::string& text) const { logQuick_(kInfo, text.c_str()); }
+  void log(const std::string& text) const { logQuick_(LOG_LEVEL_INFO, text.c_str()); }
 
  private:
-  static constexpr int kInfo = 2;
-
   void* handle_;
-  void (*logQuick_)(int, const char*);
+  decltype(&LogQuick) logQuick_;
 };
 
 }  // namespace rough
