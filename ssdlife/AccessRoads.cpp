@@ -1,13 +1,16 @@
 #include "ssdlife/AccessRoads.h"
 
+#include <unistd.h>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "core/CompiledModels.h"
 #include "device/AtaFormat.h"
 #include "device/Bytes.h"
 #include "device/NvmeFormat.h"
 #include "ssdlife/DriveNode.h"
+#include "ssdlife/ModelsFile.h"
 #include "ssdlife/Show.h"
 
 namespace ssdlife {
@@ -131,13 +134,39 @@ std::string adviceFor(const std::vector<Road>& roads) {
   return "Neither road gives the statistics; SptLogAccess makes no difference.";
 }
 
+// The row of the table that comes with the packages.
+std::string shippedRow(const std::string& model, const std::string& firmware) {
+  constexpr const char* kTable = SSDLIFE_DATADIR "/vekssdprov/models.conf";
+  if (access(kTable, R_OK) != 0) {
+    return "";
+  }
+  const ModelsFile file = readModelsFile(kTable);
+  const ModelRow* const row = file.table.find(model, firmware);
+  return row == nullptr ? "" : rowText(*row);
+}
+
+// Where else the wear of a drive could stand that has no statistics.
+void addCandidates(const DriveAnswer& identity, const DriveAnswer& attributes,
+                   RoadsReport& report) {
+  using namespace ata::identify;
+  const std::string model = field(identity.data, kModelOffset, kModelLength);
+  if (findCompiledModel(model) != nullptr) {
+    return;
+  }
+  report.candidates = wearCandidates(attributes.data, model);
+  report.row = shippedRow(model, field(identity.data, kFirmwareOffset, kFirmwareLength));
+}
+
 RoadsReport askAta(const std::string& drive, const DriveNode& node) {
   constexpr std::uint8_t kPages = ata::statistics::kSolidStatePage + 1;
-  RoadsReport report{drive, {}, ""};
+  RoadsReport report{drive, {}, "", {}, ""};
+  const DriveAnswer identity = node.ataIdentify();
+  const DriveAnswer enabled = node.smart(ata::kSmartEnableOperations, 1, 0);
+  const DriveAnswer attributes = node.smart(ata::kSmartReadData, 0, 1);
   std::vector<Road>& roads = report.roads;
-  roads.push_back(road("identify", node.ataIdentify(), readIdentify));
-  roads.push_back(road("SMART enable", node.smart(ata::kSmartEnableOperations, 1, 0), readNothing));
-  roads.push_back(road("SMART data", node.smart(ata::kSmartReadData, 0, 1), readAttributes));
+  roads.push_back(road("identify", identity, readIdentify));
+  roads.push_back(road("SMART enable", enabled, readNothing));
+  roads.push_back(road("SMART data", attributes, readAttributes));
   roads.push_back(road("log directory by drive command",
                        node.smart(ata::kSmartReadLog, ata::kLogDirectory, 1), readDirectory));
   roads.push_back(road("statistics by drive command",
@@ -149,6 +178,9 @@ RoadsReport askAta(const std::string& drive, const DriveNode& node) {
                        node.readLogExt(ata::kLogDeviceStatistics, ata::statistics::kSolidStatePage),
                        readOnlyPage));
   report.advice = adviceFor(roads);
+  if (identity.done && attributes.done && !roads[4].usable && !roads[6].usable) {
+    addCandidates(identity, attributes, report);
+  }
   return report;
 }
 
@@ -179,11 +211,33 @@ std::string adviceForNvme(bool identified, bool healthy) {
 }
 
 RoadsReport askNvme(const std::string& drive, const DriveNode& node) {
-  RoadsReport report{drive, {}, ""};
+  RoadsReport report{drive, {}, "", {}, ""};
   report.roads.push_back(road("identify", node.nvmeIdentifyController(), readController));
   report.roads.push_back(road("health log", node.nvmeHealthLog(), readHealth));
   report.advice = adviceForNvme(report.roads[0].usable, report.roads[1].usable);
   return report;
+}
+
+std::string showCandidates(const RoadsReport& report) {
+  if (report.candidates.empty()) {
+    return "";
+  }
+  std::string text = "Its wear could stand in one of these attributes:\n";
+  std::string rows;
+  for (const WearCandidate& candidate : report.candidates) {
+    text += "  " + std::to_string(candidate.id) + ", " + candidate.meaning + ": normalised " +
+            std::to_string(candidate.normalised) + ", raw " + std::to_string(candidate.raw) + '\n';
+    rows += candidate.row.empty() ? "" : "  " + printable(candidate.row) + '\n';
+  }
+  if (!report.row.empty()) {
+    return text + "The table that comes with this command knows it, see vekssdprov-models(5):\n  " +
+           report.row + '\n';
+  }
+  return rows.empty() ? text
+                      : text +
+                            "Once its maker says which, and what it counts, this is its line for a "
+                            "models file, see vekssdprov-models(5):\n" +
+                            rows;
 }
 
 }  // namespace
@@ -200,7 +254,18 @@ std::string showRoads(const RoadsReport& report, Format format) {
     for (const Road& road : report.roads) {
       roads.push_back({{"road", road.name}, {"usable", road.usable}, {"says", road.says}});
     }
-    const Json all = {{"drive", report.drive}, {"roads", roads}, {"advice", report.advice}};
+    Json all = {{"drive", report.drive}, {"roads", roads}, {"advice", report.advice}};
+    if (!report.candidates.empty()) {
+      all["wear"] = Json::array();
+      for (const WearCandidate& candidate : report.candidates) {
+        all["wear"].push_back({{"attribute", candidate.id},
+                               {"meaning", candidate.meaning},
+                               {"normalised", candidate.normalised},
+                               {"raw", candidate.raw},
+                               {"row", candidate.row.empty() ? Json() : Json(candidate.row)}});
+      }
+      all["shipped"] = report.row.empty() ? Json() : Json(report.row);
+    }
     return all.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
   }
   std::size_t width = 0;
@@ -212,7 +277,7 @@ std::string showRoads(const RoadsReport& report, Format format) {
     text += "  " + road.name + std::string(width - road.name.size(), ' ') +
             (road.usable ? "  usable    " : "  unusable  ") + printable(road.says) + '\n';
   }
-  return text + report.advice + '\n';
+  return text + report.advice + '\n' + showCandidates(report);
 }
 
 }  // namespace ssdlife

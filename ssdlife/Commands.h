@@ -15,6 +15,7 @@ ExitCode names(const Options& options, const std::string& library, const OwnOutp
 ExitCode get(const Options& options, const std::string& library, const OwnOutput& output);
 ExitCode watch(const Options& options, const std::string& library, const OwnOutput& output);
 ExitCode roads(const Options& options, const std::string& library, const OwnOutput& output);
+ExitCode models(const Options& options, const std::string& library, const OwnOutput& output);
 ExitCode record(const Options& options, const std::string& library, const OwnOutput& output);
 Health check(const Options& options, const std::string& library, const OwnOutput& output);
 

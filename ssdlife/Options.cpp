@@ -111,6 +111,10 @@ void addCommands(CLI::App& app, Options& options) {
                    "Its name below /dev, or its DeviceID or the beginning of that")
       ->required()
       ->check(CLI::Validator(notEmpty, ""));
+  add("models", Command::kModels, "Show where the wear of each model is read, and of each drive")
+      ->add_option("--test", options.testedFile, "Check this models file instead")
+      ->type_name("FILE")
+      ->check(CLI::Validator(notEmpty, ""));
   addCheck(
       *add("check", Command::kCheck, "Tell a monitoring system how worn the SSDs are, as a plugin"),
       options);

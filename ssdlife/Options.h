@@ -9,7 +9,7 @@
 namespace ssdlife {
 
 enum class Format { kTable, kJson, kPrometheus };
-enum class Command { kList, kNames, kGet, kWatch, kRoads, kRecord, kCheck };
+enum class Command { kList, kNames, kGet, kWatch, kRoads, kModels, kRecord, kCheck };
 
 // The command line, understood.
 struct Options {
@@ -27,6 +27,7 @@ struct Options {
   bool headings = true;              // list
   Thresholds thresholds;             // check
   double timeout = 10;               // check: seconds; what the plugins' guidelines ask for
+  std::string testedFile;            // models: not the one in force
   std::string recordFile;            // record
   bool anonymous = false;            // record
 };

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/CompiledModels.h"
 #include "device/SsdAlgorithm.h"
 
 /// One row of the supported-model table.
@@ -14,11 +15,6 @@ struct SsdModel {
 };
 
 using SupportedModels = std::vector<std::unique_ptr<SsdModel>>;
-
-/// The rows that serve drives without one of their own. Ordinary rows otherwise: a drive may bear
-/// such a name.
-constexpr char kDefaultAtaModel[] = "DEF_SSDLOG_ALGO";
-constexpr char kDefaultNvmeModel[] = "DEF_NVME_ALGO";
 
 /// Builds the table; every row has an algorithm of its own.
 std::unique_ptr<SupportedModels> makeSupportedModels();

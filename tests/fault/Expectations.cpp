@@ -23,9 +23,12 @@ const std::set<std::string> kKeptForGood = {"(anonymous namespace)::makeLogHandl
 
 /// A device whose set-up failed: neither listed nor deleted, since the listener may know it. Which
 /// of the manager's functions makes it is the compiler's choice.
-const std::set<std::string> kKeptOfDevice = {"SsdManager::", "SsdDevice::initialise",
-                                             "makeSupportedModels", "SsdModel",
-                                             "(anonymous namespace)::make<"};
+const std::set<std::string> kKeptOfDevice = {"SsdManager::",
+                                             "SsdDevice::initialise",
+                                             "SsdDevice::chooseRow",
+                                             "makeSupportedModels",
+                                             "SsdModel",
+                                             "(anonymous namespace)::makeAlgorithm"};
 
 bool isAnyOf(const std::string& name, const std::set<std::string>& beginnings) {
   return std::any_of(beginnings.begin(), beginnings.end(), [&](const std::string& beginning) {
