@@ -28,6 +28,7 @@ inline constexpr const char* kExitCodes =
     "  0   OK: no drive is outside --warning\n"
     "  1   WARNING: one is outside --warning\n"
     "  2   CRITICAL: one is outside --critical, or its failure is imminent\n"
-    "  3   UNKNOWN: a drive does not tell or was not read, or whatever else is 1 to 78 above\n";
+    "  3   UNKNOWN: a drive does not tell or was not read, whatever else is 1 to 78 above, or "
+    "--help\n";
 
 }  // namespace ssdlife

@@ -1,5 +1,5 @@
 #include "ssdlife/Commands.h"
-#include "ssdlife/NodeName.h"
+#include "ssdlife/DriveLookup.h"
 #include "ssdlife/Show.h"
 #include "ssdlife/SsdClient.h"
 

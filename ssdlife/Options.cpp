@@ -168,16 +168,20 @@ std::optional<std::string> readCommandLine(int argc, char** argv, Options& optio
   addGlobalOptions(app, options);
   addCommands(app, options);
   app.footer(kExitCodes);
+  const auto noteCheck = [&app, &options] {
+    if (app.got_subcommand("check")) {
+      options.command = Command::kCheck;
+    }
+  };
   try {
     CommandLine(argc, argv).parse(app);
   } catch (const CLI::Success& answered) {
+    noteCheck();
     std::ostringstream text;
     app.exit(answered, text, text);
     return text.str();
   } catch (const Failure&) {
-    if (app.got_subcommand("check")) {
-      options.command = Command::kCheck;
-    }
+    noteCheck();
     throw;
   }
   requireSense(app, options);

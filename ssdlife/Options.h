@@ -33,7 +33,7 @@ struct Options {
 };
 
 // Reads the command line. When it asked for help or the version, that is the answer. Throws
-// Failure; then options.command is what was asked for, if that could be told.
+// Failure. In both cases options.command is what was asked for, if that could be told.
 std::optional<std::string> readCommandLine(int argc, char** argv, Options& options);
 
 }  // namespace ssdlife

@@ -1,6 +1,6 @@
 #include "ssdlife/AccessRoads.h"
 #include "ssdlife/Commands.h"
-#include "ssdlife/NodeName.h"
+#include "ssdlife/DriveLookup.h"
 #include "ssdlife/SsdClient.h"
 
 namespace ssdlife {

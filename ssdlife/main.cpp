@@ -85,7 +85,8 @@ int start(int argc, char** argv) {
   try {
     if (const auto answer = readCommandLine(argc, argv, options)) {
       output.out(*answer);
-      return number(ExitCode::kOk);
+      // What has not checked anything is not OK to a monitoring system.
+      return options.command == Command::kCheck ? number(Health::kUnknown) : number(ExitCode::kOk);
     }
     output.requireThere();
     prepare(options, argv);

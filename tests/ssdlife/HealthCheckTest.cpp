@@ -164,6 +164,15 @@ TEST(CheckCommand, IsUnknownWhenItsLineCannotBeWritten) {
   EXPECT_EQ(run.error(), "ssdlife: can't write the output: No space left on device\n");
 }
 
+TEST(CheckCommand, IsUnknownWhenItOnlyTellsOfItself) {
+  for (const auto& [option, start] :
+       {std::pair("-V", "ssdlife "), std::pair("-h", "Tell a monitor")}) {
+    CommandRun run({"check", option});
+    EXPECT_EQ(run.start().exitStatus(), 3) << option;
+    EXPECT_EQ(run.output().find(start), 0U) << run.output();
+  }
+}
+
 TEST(CheckCommand, IsUnknownWhenStandardOutputIsClosed) {
   CommandRun run({"check", "--library", FAKE_LIBRARY});
   EXPECT_EQ(run.outputClosed().start().exitStatus(), 3);

@@ -1,4 +1,4 @@
-#include "ssdlife/NodeName.h"
+#include "ssdlife/DriveLookup.h"
 
 #include <unistd.h>
 
