@@ -34,5 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                      isFlag(config->getDebugTraceAttributes()) &&
                      isFlag(config->getDebugTraceLogs()),
                  "the switches are 0 or 1");
+  const std::string& models = config->getModelsFile();
+  world::require(models.empty() || models[0] == '/', "the models file has an absolute path");
   return 0;
 }
