@@ -21,6 +21,7 @@
 #include "bench/Drives.h"
 #include "bench/LogLines.h"
 #include "bench/Machine.h"
+#include "core/ModelTable.h"
 #include "core/SsdApi.h"
 #include "host/Broker.h"
 #include "host/Provider.h"
@@ -92,6 +93,36 @@ Work listOfEnumeration() {
   return [request] { request(); };
 }
 
+/// A models file of 200 rows.
+const std::string& modelsFile() {
+  static const std::string text = [] {
+    std::string rows;
+    for (int i = 0; i < 200; ++i) {
+      rows += "Bench maker, series " + std::to_string(i) + "*=231 current left agrees raw left\n";
+    }
+    return rows;
+  }();
+  return text;
+}
+
+ModelTable readModels() {
+  ModelTable table;
+  std::FILE* file = fmemopen(const_cast<char*>(modelsFile().data()), modelsFile().size(), "r");
+  if (!table.read(file, [](unsigned, const std::string&) { std::abort(); })) {
+    std::abort();
+  }
+  std::fclose(file);
+  return table;
+}
+
+Work findModel() {
+  return [table = readModels()] {
+    if (table.find("Bench maker, series 150 128GB", "FW1") == nullptr) {
+      std::abort();
+    }
+  };
+}
+
 const std::map<std::string, std::function<Work()>>& works() {
   static const std::map<std::string, std::function<Work()>> all = {
       {"suppressed", [] { return [] { bench::logLine(LOG_LEVEL_DEBUG); }; }},
@@ -107,6 +138,8 @@ const std::map<std::string, std::function<Work()>>& works() {
       {"statistics-bare", [] { return bareReading(bench::kStatistics); }},
       {"list", list},
       {"list-bare", bareList},
+      {"models", findModel},
+      {"models-file", [] { return [] { readModels(); }; }},
       {"enumeration", enumeration},
       {"enumeration-list", listOfEnumeration},
   };

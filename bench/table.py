@@ -54,6 +54,8 @@ INSTRUCTIONS = [
     ("ir_read_nvme", "one reading, NVMe", "nvme", 1, "nvme-bare", "bare system calls", 687),
     ("ir_read_sandisk", "one reading, SanDisk", "sandisk", 1, "sandisk-bare", "bare system calls",
      1636),
+    ("ir_models", "finding a drive's row of 200", "models", 1, "models-file",
+     "reading them, once", None),
     ("ir_read_stats", "one reading, statistics", "statistics", 1, "statistics-bare",
      "bare system calls", 3876),
     ("ir_list", "a drive in a list of 100", "list", 100, "list-bare", "bare system calls", None),
