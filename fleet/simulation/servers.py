@@ -171,7 +171,7 @@ class Servers(contextlib.ExitStack):
 
     def get(self, path, **parameters):
         query = "?" + urllib.parse.urlencode(parameters) if parameters else ""
-        with urllib.request.urlopen(f"{self.url}{path}{query}", timeout=60) as answer:
+        with urllib.request.urlopen(f"{self.url}{path}{query}", timeout=180) as answer:
             return answer.read().decode()
 
     def query(self, expression, **parameters):
