@@ -35,5 +35,9 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/archive")
 
+# For packages that are to run on systems older than this compiler's C++ library; never in what a
+# foreign process loads.
+option(VEKSSD_STATIC_RUNTIME "Give ssdlife and its recorder a C++ library of their own" OFF)
+
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)

@@ -3,7 +3,6 @@
 #include <cmpi/cmpift.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -20,6 +19,7 @@
 #include "host/Objects.h"
 #include "host/ThreadScopes.h"
 #include "host/Threads.h"
+#include "host/TimedCondition.h"
 
 namespace cmpihost {
 
@@ -97,7 +97,7 @@ class BrokerState {
   std::map<std::string, unsigned> labels_;
 
   std::mutex indicationMutex_;
-  std::condition_variable indicationArrived_;
+  TimedCondition indicationArrived_;
   std::deque<Indication> indications_;
   std::function<void(const Indication&)> sink_;
 };

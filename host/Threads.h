@@ -3,10 +3,11 @@
 #include <cmpi/cmpidt.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <list>
 #include <mutex>
 #include <thread>
+
+#include "host/TimedCondition.h"
 
 namespace cmpihost {
 
@@ -59,7 +60,7 @@ class Threads {
 
   BrokerState& broker_;
   std::mutex mutex_;
-  std::condition_variable ended_;
+  TimedCondition ended_;
   std::list<Thread> threads_;
   unsigned running_ = 0;
 };

@@ -10,6 +10,7 @@
 #include "device/Bytes.h"
 #include "device/NvmeFormat.h"
 #include "ssdlife/DriveNode.h"
+#include "ssdlife/LibraryPath.h"
 #include "ssdlife/ModelsFile.h"
 #include "ssdlife/Show.h"
 
@@ -136,11 +137,11 @@ std::string adviceFor(const std::vector<Road>& roads) {
 
 // The row of the table that comes with the packages.
 std::string shippedRow(const std::string& model, const std::string& firmware) {
-  constexpr const char* kTable = SSDLIFE_DATADIR "/vekssdprov/models.conf";
-  if (access(kTable, R_OK) != 0) {
+  const std::string table = ownFolder() + "/../" SSDLIFE_DATADIR "/vekssdprov/models.conf";
+  if (access(table.c_str(), R_OK) != 0) {
     return "";
   }
-  const ModelsFile file = readModelsFile(kTable);
+  const ModelsFile file = readModelsFile(table);
   const ModelRow* const row = file.table.find(model, firmware);
   return row == nullptr ? "" : rowText(*row);
 }

@@ -32,7 +32,8 @@ std::vector<std::string> preloadCandidates(const std::string& name, const std::s
     candidates.push_back(folder + '/' + name);
   }
   const std::string prefix = ownFolder() + "/../";
-  for (const char* const place : {"lib/", SSDLIFE_LIBDIR "/ssddrv/", "lib/ssddrv/"}) {
+  for (const char* const place : {"lib/", SSDLIFE_LIBDIR "/ssddrv/", "lib/ssddrv/", "lib64/ssddrv/",
+                                  "lib/" SSDLIFE_MULTIARCH "/ssddrv/"}) {
     candidates.push_back(prefix + place + name);
   }
   return candidates;

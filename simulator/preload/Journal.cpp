@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,7 +16,7 @@ void Journal::write(nlohmann::ordered_json entry) const {
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancellable);
   const int saved = errno;
   entry["pid"] = getpid();
-  entry["tid"] = gettid();
+  entry["tid"] = syscall(SYS_gettid);  // gettid() came with glibc 2.30
   const std::string line =
       entry.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
   const int fd = real().open(path_.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
