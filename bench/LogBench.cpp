@@ -106,7 +106,7 @@ void lineFloor(benchmark::State& state) {
 }
 
 /// What every line of ours is bound to, whoever writes it: a message formatted into a heap buffer
-/// of its own, the time, the process, the size of the file, one fwrite and one flush.
+/// of its own, the time, the size of the file, one fwrite and one flush.
 void lineBound(benchmark::State& state) {
   logLine(LOG_LEVEL_INFO);
   fs::resize_file(bench::logPath(), 0);
@@ -124,7 +124,6 @@ void lineBound(benchmark::State& state) {
                     kHours, kPercentage);
       line.replace(columns, sizeof(kMessage) - 1, buffer.get());
       benchmark::DoNotOptimize(clock_gettime(CLOCK_REALTIME, &time));
-      benchmark::DoNotOptimize(getpid());
       benchmark::DoNotOptimize(fstat(fileno(file), &status));
       std::fwrite(line.data(), 1, line.size(), file);
       std::fflush(file);
