@@ -2,6 +2,7 @@
 
 #include "core/ModelsFile.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 

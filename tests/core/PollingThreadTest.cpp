@@ -1,5 +1,6 @@
 #include "core/PollingThread.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "config/Config.h"

@@ -1,5 +1,6 @@
 #include "core/SsdApi.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include <sys/wait.h>

@@ -1,5 +1,6 @@
 // What a device keeps of its readings, and how many may run at a time.
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 

@@ -1,5 +1,6 @@
 // When a device tells its listener that it is about to fail, and when for the sake of a test.
 
+#include <algorithm>
 #include <future>
 #include <new>
 #include <thread>

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "device/SanDiskAlgo.h"
 #include "device/SolidStateLogStatisticsAlgo.h"
 #include "device/SolidStateLogStatisticsNVMeAlgo.h"

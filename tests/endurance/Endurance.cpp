@@ -6,6 +6,7 @@
 //   endurance rounds N    N times load, start, request, clean-up, unload
 //   endurance sick N      N polls of an NVMe drive that fails every read: shows what that costs
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>

@@ -307,7 +307,7 @@ TEST(Subscriptions, ThreadsOfStrangersAreStartedBySomeManagersOnly) {
 }
 
 TEST(SubscriptionsDeathTest, TheStrictManagerEndsTheProcessForAStranger) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  testing::GTEST_FLAG(death_test_style) = "threadsafe";
   EXPECT_DEATH(
       {
         Managed strict("strict");

@@ -221,7 +221,7 @@ TEST(UnknownCallers, AThreadThatTheBrokerStartedMayStartOthers) {
 }
 
 TEST(UnknownCallersDeathTest, EndTheProcessOfAStrictBroker) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  testing::GTEST_FLAG(death_test_style) = "threadsafe";
   EXPECT_DEATH(
       {
         Held held;

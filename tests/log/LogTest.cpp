@@ -1,5 +1,6 @@
 #include "log/Log.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <thread>

@@ -4,6 +4,7 @@
 #include <linux/nvme_ioctl.h>
 #include <sys/ioctl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <numeric>
 

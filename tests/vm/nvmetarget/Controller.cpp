@@ -1,5 +1,6 @@
 #include "tests/vm/nvmetarget/Controller.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
