@@ -28,10 +28,11 @@ SsdDevice* SsdDeviceList::getSsdDeviceAt(int index) const {
   return _devices.at(static_cast<std::size_t>(index));
 }
 
-/// All polling threads are asked before the first one is waited for: together they take one tick.
+/// All polling threads are asked to stop before the first one is waited for, so that together they
+/// take one tick. The first is asked by its own device, a moment later.
 void SsdDeviceList::clear() {
-  for (SsdDevice* device : _devices) {
-    device->askToStop();
+  for (std::size_t i = 1; i < _devices.size(); ++i) {
+    _devices[i]->askToStop();
   }
   for (SsdDevice* device : _devices) {
     delete device;
