@@ -18,6 +18,10 @@ class VEKSSD_CAPABILITY("mutex") Mutex {
   Mutex& operator=(const Mutex&) = delete;
 
   void lock() VEKSSD_ACQUIRE() { require(pthread_mutex_lock(&mutex_) == 0, "pthread_mutex_lock"); }
+  /// Whether it is held now; false if another thread holds it.
+  [[nodiscard]] bool tryLock() VEKSSD_TRY_ACQUIRE(true) {
+    return pthread_mutex_trylock(&mutex_) == 0;
+  }
   void unlock() VEKSSD_RELEASE() { pthread_mutex_unlock(&mutex_); }
 
  private:

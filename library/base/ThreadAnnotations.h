@@ -16,6 +16,7 @@
 #define VEKSSD_RETURN_CAPABILITY(x) VEKSSD_THREAD_ANNOTATION(lock_returned(x))
 #define VEKSSD_NO_THREAD_SAFETY_ANALYSIS VEKSSD_THREAD_ANNOTATION(no_thread_safety_analysis)
 #define VEKSSD_ACQUIRE(...) VEKSSD_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
+#define VEKSSD_TRY_ACQUIRE(...) VEKSSD_THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
 #define VEKSSD_ACQUIRE_SHARED(...) VEKSSD_THREAD_ANNOTATION(acquire_shared_capability(__VA_ARGS__))
 #define VEKSSD_RELEASE(...) VEKSSD_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 #define VEKSSD_RELEASE_SHARED(...) VEKSSD_THREAD_ANNOTATION(release_shared_capability(__VA_ARGS__))

@@ -42,8 +42,12 @@ __attribute__((constructor(101))) void CONSTRUCTOR() {
 /// Without a priority, which would move it behind the destructors of the static objects.
 __attribute__((destructor)) void DESTRUCTOR() {
   std::fputs("DESTRUCTOR\n", stderr);
-  drvMutex().~Mutex();
-  new (drvMutexMemory) Mutex;  // a request that comes too late still has to find one
+  // A request may hold it at the process's end, and one that comes too late still has to find one.
+  if (drvMutex().tryLock()) {
+    drvMutex().unlock();
+    drvMutex().~Mutex();
+    new (drvMutexMemory) Mutex;
+  }
 }
 
 __attribute__((destructor(101))) void awaitThreads() { awaitIndicationThreads(); }
