@@ -126,6 +126,7 @@ def measure(server, count, minutes):
     history.unlink()
     process = server.start_prometheus()
     servers.wait_for("all tills", lambda: server.value("count(up)") == count, 180)
+    servers.wait_for("a forecast", lambda: server.query("count(drive:ssdlife_threshold:days_left)"), 300)
     # Two scrapes and two evaluations of every rule later.
     time.sleep(max(0, minutes - 2) * 60)
     before, began = processor_seconds(process), time.monotonic()
