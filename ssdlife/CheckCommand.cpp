@@ -7,6 +7,8 @@
 
 #include "ssdlife/Commands.h"
 #include "ssdlife/SsdClient.h"
+#include "ssdlife/forecast/DriveForecast.h"
+#include "ssdlife/service/Settings.h"
 
 namespace ssdlife {
 namespace {
@@ -57,7 +59,13 @@ std::vector<Drive> drivesInTime(const Options& options, const std::string& libra
 }  // namespace
 
 Health check(const Options& options, const std::string& library, const OwnOutput& output) {
-  const HealthReport report = healthOf(drivesInTime(options, library, output), options.thresholds);
+  std::vector<Drive> drives = drivesInTime(options, library, output);
+  Thresholds thresholds = options.thresholds;
+  if (options.warningDays) {
+    addExpected(drives, stateFolder(options.state));
+    thresholds.expectedBefore = now() + *options.warningDays * kDay;
+  }
+  const HealthReport report = healthOf(drives, thresholds);
   output.out(report.line);
   return report.health;
 }

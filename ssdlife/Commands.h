@@ -17,6 +17,11 @@ ExitCode watch(const Options& options, const std::string& library, const OwnOutp
 ExitCode roads(const Options& options, const std::string& library, const OwnOutput& output);
 ExitCode models(const Options& options, const std::string& library, const OwnOutput& output);
 ExitCode record(const Options& options, const std::string& library, const OwnOutput& output);
+ExitCode sample(const Options& options, const std::string& library, const OwnOutput& output);
+ExitCode history(const Options& options, const OwnOutput& output);
+ExitCode forecast(const Options& options, const OwnOutput& output);
+ExitCode report(const Options& options, const OwnOutput& output);
+ExitCode alarms(const Options& options, const OwnOutput& output);
 Health check(const Options& options, const std::string& library, const OwnOutput& output);
 
 }  // namespace ssdlife

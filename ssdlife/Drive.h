@@ -6,6 +6,7 @@
 
 #include "host/Broker.h"
 #include "host/Instance.h"
+#include "ssdlife/forecast/Expected.h"
 
 namespace ssdlife {
 
@@ -25,6 +26,8 @@ struct Drive {
   // Why the drive could not be read, when the figures above are the provider's for a drive that it
   // could not read: 0 % and 0 hours.
   std::optional<std::string> readError;
+
+  std::optional<Expected> overThreshold;  // from the history, where there is one
 };
 
 Drive driveOf(const cmpihost::Instance& instance);

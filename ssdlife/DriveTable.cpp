@@ -10,6 +10,7 @@
 #include <new>
 
 #include "ssdlife/Show.h"
+#include "ssdlife/service/Clock.h"
 
 namespace ssdlife {
 namespace {
@@ -44,6 +45,10 @@ const Column kColumns[] = {
        return drive.poweredOnHours ? std::to_string(*drive.poweredOnHours) : "unknown";
      }},
     {"STATE", 0, stateOf},
+    {"EXPECTED", 0,
+     [](const Drive& drive) {
+       return drive.overThreshold ? dateText(drive.overThreshold->likely) : "-";
+     }},
     {"SOURCE", 0, sourceOf},
     {"FIRMWARE", SCOLS_FL_TRUNC, [](const Drive& drive) { return drive.firmware; }},
     {"SERIAL", SCOLS_FL_TRUNC, [](const Drive& drive) { return drive.serialNumber; }},
@@ -149,6 +154,11 @@ std::size_t widthOf(const std::string& table) {
 
 std::vector<std::string> fittingColumns(const std::vector<Drive>& drives, const TableStyle& style) {
   std::vector<std::string> names = kUsual;
+  // Only tills that have a history can expect anything.
+  if (std::any_of(drives.begin(), drives.end(),
+                  [](const Drive& drive) { return drive.overThreshold.has_value(); })) {
+    names.insert(std::find(names.begin(), names.end(), "SOURCE"), "EXPECTED");
+  }
   const TableStyle unbounded{{}, style.headings, 0, false};
   for (const std::string& dropped : kDropped) {
     if (style.width == 0 || widthOf(rendered(drives, names, unbounded)) <= style.width) {

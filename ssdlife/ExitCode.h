@@ -11,6 +11,8 @@ enum class ExitCode {
   kLibrary = 3,     // the provider library is absent or broken
   kPrivilege = 4,   // reading real drives needs root
   kNotStarted = 5,  // the library is there, but its driver could not start
+  kState = 6,       // the settings or the history can't be used
+  kBusy = 7,        // another ssdlife does that already
   kMachine = 78,    // a machine file, the simulator or the recorder is missing or unusable
 };
 
@@ -23,6 +25,8 @@ inline constexpr const char* kExitCodes =
     "  3   the provider library is absent or broken\n"
     "  4   reading this machine's drives needs root\n"
     "  5   the driver in the library could not start\n"
+    "  6   the settings of the service or the history can't be used\n"
+    "  7   another ssdlife watches already\n"
     "  78  the machine file, the simulator or the recorder is missing or can't be used\n"
     "Exit status of check:\n"
     "  0   OK: no drive is outside --warning\n"

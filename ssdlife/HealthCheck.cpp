@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "ssdlife/Show.h"
+#include "ssdlife/service/Clock.h"
 
 namespace ssdlife {
 namespace {
@@ -32,6 +33,11 @@ const char* nameOf(Health health) {
   return "UNKNOWN";
 }
 
+bool isExpected(const Drive& drive, const Thresholds& thresholds) {
+  return thresholds.expectedBefore && drive.overThreshold &&
+         drive.overThreshold->likely < *thresholds.expectedBefore;
+}
+
 Health healthOf(const Drive& drive, const Thresholds& thresholds) {
   if (drive.failureImminent) {
     return Health::kCritical;
@@ -42,16 +48,21 @@ Health healthOf(const Drive& drive, const Thresholds& thresholds) {
   if (thresholds.critical.alerts(*drive.percentageUsed)) {
     return Health::kCritical;
   }
-  return thresholds.warning.alerts(*drive.percentageUsed) ? Health::kWarning : Health::kOk;
+  return thresholds.warning.alerts(*drive.percentageUsed) || isExpected(drive, thresholds)
+             ? Health::kWarning
+             : Health::kOk;
 }
 
-std::string wordsOf(const Drive& drive) {
+std::string wordsOf(const Drive& drive, const Thresholds& thresholds) {
   if (drive.readError) {
     return drive.physicalDrive + " not read: " + *drive.readError;
   }
   const std::string used =
       drive.percentageUsed ? std::to_string(*drive.percentageUsed) + " %" : "unknown";
-  return drive.physicalDrive + ' ' + used + (drive.failureImminent ? " (failing)" : "");
+  return drive.physicalDrive + ' ' + used + (drive.failureImminent ? " (failing)" : "") +
+         (isExpected(drive, thresholds)
+              ? " (failing about " + dateText(drive.overThreshold->likely) + ')'
+              : "");
 }
 
 // Labels stand unquoted: only characters that never end one.
@@ -91,7 +102,7 @@ HealthReport healthOf(const std::vector<Drive>& drives, const Thresholds& thresh
   std::string performance;
   for (const Drive& drive : drives) {
     report.health = worse(report.health, healthOf(drive, thresholds));
-    words += (words.empty() ? "" : ", ") + wordsOf(drive);
+    words += (words.empty() ? "" : ", ") + wordsOf(drive, thresholds);
     performance += ' ' + performanceOf(drive, thresholds);
   }
   report.line = message(report.health, words) + " |" + performance + '\n';

@@ -17,6 +17,9 @@ enum class Health { kOk = 0, kWarning = 1, kCritical = 2, kUnknown = 3 };
 struct Thresholds {
   Range warning = 80;
   Range critical = 95;
+
+  // A drive that is expected to pass the library's threshold before is a warning too.
+  std::optional<std::int64_t> expectedBefore = std::nullopt;  // seconds since 1970
 };
 
 struct HealthReport {

@@ -4,6 +4,8 @@
 #include "ssdlife/Metrics.h"
 #include "ssdlife/Show.h"
 #include "ssdlife/SsdClient.h"
+#include "ssdlife/forecast/DriveForecast.h"
+#include "ssdlife/service/Settings.h"
 
 namespace ssdlife {
 
@@ -29,6 +31,7 @@ std::string shown(const std::vector<Drive>& drives, const Options& options,
     case Format::kPrometheus:
       return showMetrics(drives);
     case Format::kTable:
+    case Format::kCsv:
       break;
   }
   return driveTable(
@@ -39,7 +42,12 @@ std::string shown(const std::vector<Drive>& drives, const Options& options,
 
 ExitCode list(const Options& options, const std::string& library, const OwnOutput& output) {
   SsdClient client = SsdClient::forOneAnswer(library, options.like);
-  const std::vector<Drive> drives = drivesOf(options, client, output);
+  std::vector<Drive> drives = drivesOf(options, client, output);
+  try {
+    addExpected(drives, stateFolder(options.state));
+  } catch (const Failure& unreadable) {
+    output.error(unreadable.what());
+  }
   output.out(shown(drives, options, output));
   client.close();
   return ExitCode::kOk;

@@ -1,5 +1,6 @@
 #include "ssdlife/Metrics.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <optional>
@@ -59,6 +60,11 @@ std::optional<std::string> seconds(const Drive& drive) {
   return text.data();
 }
 
+std::optional<std::string> expected(const Drive& drive, std::int64_t Expected::*bound) {
+  return drive.overThreshold ? std::optional(std::to_string((*drive.overThreshold).*bound))
+                             : std::nullopt;
+}
+
 const Metric kMetrics[] = {
     {"ssdlife_info", "gauge", "What the SSD calls itself and where its wear is read; always 1.",
      descriptionOf, [](const Drive&) { return std::optional<std::string>("1"); }},
@@ -75,6 +81,15 @@ const Metric kMetrics[] = {
     {"ssdlife_read", "gauge",
      "Whether the SSD could be read; without that, its share and its time are not known.", device,
      [](const Drive& drive) { return std::optional<std::string>(drive.readError ? "0" : "1"); }},
+    {"ssdlife_threshold_expected_timestamp_seconds", "gauge",
+     "When the SSD's wear is expected to pass that limit, from its history.", device,
+     [](const Drive& drive) { return expected(drive, &Expected::likely); }},
+    {"ssdlife_threshold_expected_early_timestamp_seconds", "gauge",
+     "Before that time it does so in one of ten cases.", device,
+     [](const Drive& drive) { return expected(drive, &Expected::early); }},
+    {"ssdlife_threshold_expected_late_timestamp_seconds", "gauge",
+     "After that time it does so in one of ten cases.", device,
+     [](const Drive& drive) { return expected(drive, &Expected::late); }},
 };
 
 }  // namespace
@@ -82,6 +97,12 @@ const Metric kMetrics[] = {
 std::string showMetrics(const std::vector<Drive>& drives) {
   std::string text;
   for (const Metric& metric : kMetrics) {
+    const bool any = std::any_of(drives.begin(), drives.end(), [&metric](const Drive& drive) {
+      return metric.value(drive).has_value();
+    });
+    if (!any) {
+      continue;
+    }
     text += std::string("# HELP ") + metric.name + ' ' + metric.help + '\n';
     text += std::string("# TYPE ") + metric.name + ' ' + metric.type + '\n';
     for (const Drive& drive : drives) {

@@ -17,6 +17,9 @@ namespace ssdlife {
 //   ssdlife_read{device}                      0 when the drive could not be read: then the ratio
 //   and
 //                                             the seconds are absent
+//   ssdlife_threshold_expected_timestamp_seconds{device}, and the same with _early and _late before
+//   _timestamp: from the history, absent without a forecast
+// A metric that no drive has is left out.
 std::string showMetrics(const std::vector<Drive>& drives);
 
 }  // namespace ssdlife

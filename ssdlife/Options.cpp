@@ -34,8 +34,10 @@ std::string notEmpty(const std::string& text) {
 }
 
 Format formatOf(const std::string& name) {
-  return name == "json" ? Format::kJson
-                        : (name == "prometheus" ? Format::kPrometheus : Format::kTable);
+  return name == "json"         ? Format::kJson
+         : name == "prometheus" ? Format::kPrometheus
+         : name == "csv"        ? Format::kCsv
+                                : Format::kTable;
 }
 
 void addGlobalOptions(CLI::App& app, Options& options) {
@@ -48,9 +50,11 @@ void addGlobalOptions(CLI::App& app, Options& options) {
       ->type_name("FILE")
       ->check(CLI::Validator(notEmpty, ""));
   const auto takeFormat = [&options](const std::string& name) { options.format = formatOf(name); };
-  app.add_option_function<std::string>("--format", takeFormat,
-                                       "table or json, for list also prometheus (default: table)")
-      ->check(CLI::IsMember({"table", "json", "prometheus"}).description(""))
+  app.add_option_function<std::string>(
+         "--format", takeFormat,
+         "table or json; for list also prometheus, for history also csv "
+         "(default: table)")
+      ->check(CLI::IsMember({"table", "json", "prometheus", "csv"}).description(""))
       ->type_name("FORMAT");
   app.add_flag_callback(
       "--json", [&options] { options.format = Format::kJson; }, "Short for --format json");
@@ -61,6 +65,13 @@ void addGlobalOptions(CLI::App& app, Options& options) {
   app.add_flag("--show-library-output", options.showLibraryOutput,
                "Let through what the library itself writes to standard output and error");
   app.set_version_flag("-V,--version", std::string("ssdlife " SSDLIFE_VERSION));
+}
+
+void addState(CLI::App& command, Options& options) {
+  command
+      .add_option("--state", options.state, "The folder of history.db (default: /var/lib/ssddrv)")
+      ->type_name("FOLDER")
+      ->check(CLI::Validator(notEmpty, ""));
 }
 
 void addCheck(CLI::App& check, Options& options) {
@@ -79,6 +90,12 @@ void addCheck(CLI::App& check, Options& options) {
       ->type_name("SECONDS")
       ->capture_default_str()
       ->check(CLI::Validator(positiveNumber, ""));
+  check
+      .add_option("--warning-days", options.warningDays,
+                  "A drive that is expected to pass the threshold within so many days is WARNING")
+      ->type_name("DAYS")
+      ->check(CLI::Range(1U, 36500U).description(""));
+  addState(check, options);
 }
 
 void addList(CLI::App& list, Options& options) {
@@ -89,6 +106,51 @@ void addList(CLI::App& list, Options& options) {
       ->transform(CLI::IsMember(columnNames(), CLI::ignore_case).description(""));
   list.add_flag_callback(
       "-n,--noheadings", [&options] { options.headings = false; }, "No line with their names");
+  addState(list, options);
+}
+
+void addService(CLI::App& watch, Options& options) {
+  watch.add_flag("--service", options.service,
+                 "Keep the history, raise alarms and run the hooks, for the service manager");
+  watch
+      .add_option("--settings", options.settings,
+                  "The settings of the service (default: /etc/ssddrv/ssdlife.conf)")
+      ->type_name("FILE")
+      ->check(CLI::Validator(notEmpty, ""));
+  addState(watch, options);
+}
+
+// The commands that remember.
+template <typename Add>
+void addKeepers(Options& options, const Add& add) {
+  const auto addOne = [&](const char* name, Command command, const char* description) {
+    CLI::App* const added = add(name, command, description);
+    addState(*added, options);
+    return added;
+  };
+  const auto addDrive = [&](CLI::App* command, const char* description) {
+    command->add_option("DRIVE", options.drive, description)->check(CLI::Validator(notEmpty, ""));
+  };
+  constexpr const char* kDrive =
+      "Only this one: by node, serial number, or the beginning of its DeviceID";
+  addOne("sample", Command::kSample, "Write into the history how worn every SSD is now")
+      ->add_option("--days", options.days, "On a simulated machine: each of so many days until now")
+      ->type_name("N")
+      ->check(CLI::Range(1U, 36500U).description(""));
+  addDrive(addOne("history", Command::kHistory, "Show how the SSDs have worn"), kDrive);
+  addDrive(addOne("forecast", Command::kForecast, "Show when each SSD will be worn"), kDrive);
+  addOne("report", Command::kReport, "Write a page with all of it, to look at in a browser")
+      ->add_option("FILE", options.page, "The page; - is standard output")
+      ->required()
+      ->check(CLI::Validator(notEmpty, ""));
+  CLI::App* const alarms = addOne("alarms", Command::kAlarms, "Show the alarms, and who was told");
+  addDrive(alarms, kDrive);
+  alarms->add_flag("--again", options.again, "Send the last alarm of this SSD again");
+  alarms
+      ->add_option("--settings", options.settings,
+                   "The settings of the service (default: /etc/ssddrv/ssdlife.conf)")
+      ->type_name("FILE")
+      ->check(CLI::Validator(notEmpty, ""));
 }
 
 void addCommands(CLI::App& app, Options& options) {
@@ -135,6 +197,8 @@ void addCommands(CLI::App& app, Options& options) {
   watch->add_option("--for", options.seconds, "End after so many seconds")
       ->type_name("SECONDS")
       ->check(CLI::Validator(positiveNumber, ""));
+  addService(*watch, options);
+  addKeepers(options, add);
 }
 
 // What each option allows, but not together.
@@ -143,7 +207,18 @@ void requireSense(const CLI::App& app, const Options& options) {
   const auto refuse = [](const std::string& what) {
     throw Failure(ExitCode::kUsage, what + " (see ssdlife --help)");
   };
-  const bool onlyTable = options.command == Command::kCheck || options.command == Command::kRecord;
+  const bool onlyTable = options.command == Command::kCheck ||
+                         options.command == Command::kRecord ||
+                         options.command == Command::kSample || options.command == Command::kReport;
+  if (options.format == Format::kCsv && options.command != Command::kHistory) {
+    refuse("--format csv is for history only");
+  }
+  if (options.again && options.drive.empty()) {
+    refuse("--again needs the SSD whose alarm is meant");
+  }
+  if (options.days > 0 && options.machine.empty()) {
+    refuse("--days is for simulated machines only");
+  }
   if (options.format == Format::kPrometheus && options.command != Command::kList) {
     refuse("--format prometheus is for list only");
   }

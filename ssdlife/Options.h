@@ -8,8 +8,22 @@
 
 namespace ssdlife {
 
-enum class Format { kTable, kJson, kPrometheus };
-enum class Command { kList, kNames, kGet, kWatch, kRoads, kModels, kRecord, kCheck };
+enum class Format { kTable, kJson, kPrometheus, kCsv };
+enum class Command {
+  kList,
+  kNames,
+  kGet,
+  kWatch,
+  kRoads,
+  kModels,
+  kRecord,
+  kCheck,
+  kSample,
+  kHistory,
+  kForecast,
+  kAlarms,
+  kReport
+};
 
 // The command line, understood.
 struct Options {
@@ -30,6 +44,16 @@ struct Options {
   std::string testedFile;            // models: not the one in force
   std::string recordFile;            // record
   bool anonymous = false;            // record
+
+  // What remembers.
+  std::string state;                    // the folder of history.db; empty: the usual one
+  std::string settings;                 // the service's settings; empty: the usual file
+  bool service = false;                 // watch
+  bool again = false;                   // alarms
+  std::string drive;                    // history, forecast, alarms: only this one
+  std::optional<unsigned> warningDays;  // check
+  std::string page;                     // report; "-" is standard output
+  unsigned days = 0;                    // sample, on a simulated machine
 };
 
 // Reads the command line. When it asked for help or the version, that is the answer. Throws

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 
+#include "ssdlife/service/Clock.h"
+
 namespace ssdlife {
 namespace {
 
@@ -22,19 +24,25 @@ Json orNull(const std::optional<T>& value) {
 }
 
 Json jsonOf(const Drive& drive) {
-  return {{"deviceId", drive.deviceId},
-          {"model", drive.model},
-          {"serialNumber", drive.serialNumber},
-          {"firmware", drive.firmware},
-          {"physicalDrive", drive.physicalDrive},
-          {"caption", drive.caption},
-          {"description", drive.description},
-          {"poweredOnHours", orNull(drive.poweredOnHours)},
-          {"percentageUsed", orNull(drive.percentageUsed)},
-          {"percentageUsedSource", drive.percentageUsedSource},
-          {"failureImminent", drive.failureImminent},
-          {"read", !drive.readError},
-          {"readError", orNull(drive.readError)}};
+  Json json = {{"deviceId", drive.deviceId},
+               {"model", drive.model},
+               {"serialNumber", drive.serialNumber},
+               {"firmware", drive.firmware},
+               {"physicalDrive", drive.physicalDrive},
+               {"caption", drive.caption},
+               {"description", drive.description},
+               {"poweredOnHours", orNull(drive.poweredOnHours)},
+               {"percentageUsed", orNull(drive.percentageUsed)},
+               {"percentageUsedSource", drive.percentageUsedSource},
+               {"failureImminent", drive.failureImminent},
+               {"read", !drive.readError},
+               {"readError", orNull(drive.readError)}};
+  if (drive.overThreshold) {
+    json["overThreshold"] = {{"early", dateText(drive.overThreshold->early)},
+                             {"likely", dateText(drive.overThreshold->likely)},
+                             {"late", dateText(drive.overThreshold->late)}};
+  }
+  return json;
 }
 
 // "20240229123456.000042+000" as "2024-02-29T12:34:56.000042Z".

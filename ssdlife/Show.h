@@ -12,7 +12,8 @@
 // firmware, physicalDrive, caption, description, poweredOnHours (number or null), percentageUsed
 // (number, or null when the drive does not tell), percentageUsedSource (2 the drive's standard
 // statistic, 3 a vendor attribute), failureImminent (boolean), read (boolean: false where the
-// figures stand for none), readError (text, or null when it was read). An event: event
+// figures stand for none), readError (text, or null when it was read); and where a
+// history lets expect it, overThreshold: the dates early, likely, late. An event: event
 // ("failureImminent"), deviceId, physicalDrive, time (ISO 8601, UTC, or null).
 namespace ssdlife {
 

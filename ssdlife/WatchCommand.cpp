@@ -11,6 +11,7 @@
 #include "ssdlife/Show.h"
 #include "ssdlife/SsdClient.h"
 #include "ssdlife/WakeUps.h"
+#include "ssdlife/service/Service.h"
 
 namespace ssdlife {
 namespace {
@@ -80,6 +81,9 @@ WakeUps::Cause showEvents(const Options& options, const OwnOutput& output, const
 }  // namespace
 
 ExitCode watch(const Options& options, const std::string& library, const OwnOutput& output) {
+  if (options.service) {
+    return serve(options, library, output);
+  }
   // Both before the client: its threads must not get the signals, and deliver into the inbox.
   const WakeUps wakeUps;
   Inbox inbox(wakeUps);

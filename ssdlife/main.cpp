@@ -42,13 +42,23 @@ int runCommand(const Options& options, const OwnOutput& output) {
       return number(record(options, library, output));
     case Command::kCheck:
       return number(check(options, library, output));
+    case Command::kSample:
+      return number(sample(options, library, output));
+    case Command::kHistory:
+      return number(history(options, output));
+    case Command::kForecast:
+      return number(forecast(options, output));
+    case Command::kReport:
+      return number(report(options, output));
+    case Command::kAlarms:
+      return number(alarms(options, output));
   }
   return number(ExitCode::kUsage);
 }
 
 // Monitoring systems read standard output and know four states; all others are told on standard
 // error.
-int report(const Options& options, const OwnOutput& output, ExitCode code, const char* line) {
+int tell(const Options& options, const OwnOutput& output, ExitCode code, const char* line) {
   if (options.command != Command::kCheck) {
     output.error(line);
     return number(code);
@@ -62,6 +72,12 @@ int report(const Options& options, const OwnOutput& output, ExitCode code, const
   return number(unknown.health);
 }
 
+// The others read what has been kept.
+bool readsDrives(Command command) {
+  return command != Command::kHistory && command != Command::kForecast &&
+         command != Command::kAlarms && command != Command::kReport;
+}
+
 // What is to be done before the library is there. Throws Failure.
 void prepare(const Options& options, char** argv) {
   const std::string library = providerLibrary(options.library);
@@ -70,7 +86,7 @@ void prepare(const Options& options, char** argv) {
   } else if (!machineOfEnvironment().empty() && !onSimulatedMachine()) {
     enterMachine(machineOfEnvironment(), library, argv);
   }
-  if (options.testedFile.empty()) {
+  if (readsDrives(options.command) && options.testedFile.empty()) {
     requirePrivilege(geteuid() == 0, onSimulatedMachine());
   }
   if (options.command == Command::kRecord) {
@@ -95,9 +111,9 @@ int start(int argc, char** argv) {
     }
     return runCommand(options, output);
   } catch (const Failure& failure) {
-    return report(options, output, failure.exitCode(), failure.what());
+    return tell(options, output, failure.exitCode(), failure.what());
   } catch (const std::exception& unforeseen) {
-    return report(options, output, ExitCode::kNothing, unforeseen.what());
+    return tell(options, output, ExitCode::kNothing, unforeseen.what());
   }
 }
 

@@ -110,8 +110,10 @@ Session::Session(MachineDescription description, Directories directories, std::s
 
 double Session::seconds() const {
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
-  return elapsed.count() * machine_.timeScale();
+  return skipped_ + elapsed.count() * machine_.timeScale();
 }
+
+void Session::skip(double seconds) { skipped_ = skipped_ + seconds; }
 
 void Session::pass(std::chrono::microseconds duration) const {
   if (duration.count() <= 0) {

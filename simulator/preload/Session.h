@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <string>
 #include <string_view>
@@ -21,6 +22,9 @@ class Session {
   // Simulated time since the session began.
   [[nodiscard]] double seconds() const;
 
+  // Simulated time that passes without anybody waiting for it.
+  void skip(double seconds);
+
   // Lets a simulated duration pass. Leaves errno as it was.
   void pass(std::chrono::microseconds duration) const;
 
@@ -31,6 +35,7 @@ class Session {
   Machine machine_;
   const Journal journal_;
   const std::chrono::steady_clock::time_point start_;
+  std::atomic<double> skipped_{0};
 };
 
 // The session of this process; null when VEKSSD_MACHINE isn't set, and while the machine is being

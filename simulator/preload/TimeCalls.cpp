@@ -4,7 +4,7 @@
 
 #include "simulator/preload/Calls.h"
 
-// Sleeping and starting threads.
+// Sleeping, starting threads, and what a program that knows of the simulator may ask of its clock.
 namespace simulator {
 
 namespace {
@@ -87,4 +87,23 @@ VEKSSD_INTERPOSED int pthread_create(pthread_t* thread, const pthread_attr_t* at
     current->journal().write({{"call", "pthread_create"}, {"return", result}});
   }
   return result;
+}
+
+// Simulated seconds since this process began.
+VEKSSD_INTERPOSED double vekssdsimSeconds() {
+  const Session* current = session();
+  return current == nullptr ? 0 : current->seconds();
+}
+
+// Simulated seconds in a real one.
+VEKSSD_INTERPOSED double vekssdsimScale() {
+  Session* current = session();
+  return current == nullptr ? 1 : current->machine().timeScale();
+}
+
+// Lets simulated seconds pass at once. For one thread at a time.
+VEKSSD_INTERPOSED void vekssdsimSkip(double seconds) {
+  if (Session* current = session()) {
+    current->skip(seconds);
+  }
 }

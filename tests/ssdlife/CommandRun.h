@@ -32,6 +32,8 @@ class CommandRun {
 
   void signal(int number) const;
 
+  [[nodiscard]] pid_t process() const { return process_; }
+
   // Waits for the end; 1000 + the signal for a run that one killed.
   int exitStatus();
 

@@ -263,7 +263,7 @@ TEST_F(Command, AWrongCommandLineIsOneLineAndStatusTwo) {
       {{"list", "--library", ""}, "--library: an empty text names nothing"},
       {{"list", "--colour"}, "The following argument was not expected: --colour"},
       {{"get"}, "DRIVE is required"},
-      {{"list", "--format", "xml"}, "--format: xml not in {table,json,prometheus}"},
+      {{"list", "--format", "xml"}, "--format: xml not in {table,json,prometheus,csv}"},
       {{"watch", "--count", "0"}, "--count: 0 is not a positive number"},
       {{"watch", "--count", "x"}, "--count: x is not a positive number"},
       {{"watch", "--count", "1.5"}, "Could not convert: --count = 1.5"},
