@@ -122,7 +122,8 @@ std::string rendered(const std::vector<Drive>& drives, const std::vector<std::st
                      const TableStyle& style) {
   const Table table(scols_new_table(), scols_unref_table);
   require(table != nullptr);
-  scols_table_enable_noencoding(table.get(), 1);  // printable already
+  // Printable already; but where the locale has no such characters libsmartcols never ends.
+  scols_table_enable_noencoding(table.get(), MB_CUR_MAX > 1 ? 1 : 0);
   scols_table_enable_noheadings(table.get(), style.headings ? 0 : 1);
   scols_table_enable_colors(table.get(), style.colours ? 1 : 0);
   if (style.width > 0) {
