@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "tests/log/FakeStamp.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/CapturedStream.h"
 #include "tests/support/FakeRoot.h"
@@ -16,6 +18,8 @@
 using namespace testkit;
 
 namespace {
+
+bool refusesForkHandlers = false;
 
 class Logging : public testing::Test {
  protected:
@@ -37,6 +41,15 @@ class Logging : public testing::Test {
 };
 
 }  // namespace
+
+extern "C" {
+
+int __real_pthread_atfork(void (*prepare)(), void (*parent)(), void (*child)());
+
+int __wrap_pthread_atfork(void (*prepare)(), void (*parent)(), void (*child)()) {
+  return refusesForkHandlers ? ENOMEM : __real_pthread_atfork(prepare, parent, child);
+}
+}
 
 TEST_F(Logging, BeginsWithANoteOnStandardOutputWithoutALineEnd) {
   configure("Level=0\n");
@@ -224,6 +237,31 @@ TEST_F(Logging, OpensTheFileOnceForThreadsThatBeginTogether) {
   EXPECT_EQ(takeLog(), Lines(8, "Info: m"));
   const Lines calls = root().takeLogFileCalls();
   EXPECT_EQ(std::count(calls.begin(), calls.end(), "fopen /var/log/ssddrv/ssddrv.log a+"), 1);
+}
+
+TEST_F(Logging, ShowsTheProcessOfAForkedChild) {
+  LogQuick(LOG_LEVEL_INFO, "m");
+  EXPECT_EXIT(
+      {
+        LogQuick(LOG_LEVEL_INFO, "m");
+        std::exit(EXIT_SUCCESS);
+      },
+      testing::ExitedWithCode(EXIT_SUCCESS), "");
+  const std::string log = root().read(kLogFile);
+  const std::size_t second = log.find("P[", log.find('\n'));
+  ASSERT_NE(second, std::string::npos) << log;
+  EXPECT_NE(log.substr(second, 11), log.substr(log.find("P["), 11)) << log;
+}
+
+TEST_F(Logging, AsksForTheProcessEachTimeWhereItIsNotToldOfForks) {
+  refusesForkHandlers = true;
+  for (const pid_t process : {1, 2}) {
+    fakeStamp().process = process;
+    LogQuick(LOG_LEVEL_INFO, "m");
+  }
+  const std::string log = root().read(kLogFile);
+  EXPECT_NE(log.find("P[       1]"), std::string::npos) << log;
+  EXPECT_NE(log.find("P[       2]"), std::string::npos) << log;
 }
 
 TEST_F(Logging, CostsOnlyTheRecordWhenMemoryRunsOut) {
