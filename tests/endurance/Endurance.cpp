@@ -139,7 +139,7 @@ int days(unsigned count) {
 }
 
 /// What a load keeps for good, as documented: its log's handler and path, its configuration.
-constexpr double kBytesKeptByLoad = 256;
+constexpr double kBytesKeptByLoad = 288;
 
 int rounds(unsigned count) {
   const auto samples = sampled(count, [](unsigned) {

@@ -114,7 +114,7 @@ bool isHarmless(const Injector::Met& call) {
 /// narrow, are dropped in this locale anyway.
 std::size_t recordsLost(const Injector::Met& call) {
   const bool isLost = call.call == Call::kFopen || call.call == Call::kFstat ||
-                      call.call == Call::kFileno ||
+                      call.call == Call::kFileno || call.call == Call::kFflush ||
                       (call.call == Call::kFwrite && call.how != Failure::kShort);
   return isLost && isOfLog(call) ? 1 : 0;
 }

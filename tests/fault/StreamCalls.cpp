@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include <stdio_ext.h>
 #include <sys/stat.h>
 
 #include "tests/fault/Calls.h"
@@ -136,8 +137,10 @@ int libraryFileno(std::FILE* stream) {
   return theSystem().fileno(stream);
 }
 
+/// What could not be written is gone, as in the C library on a disk that is full.
 int libraryFflush(std::FILE* stream) {
   if (const auto failure = Injector::instance().meet(Call::kFflush, nameOf(stream))) {
+    __fpurge(stream);
     errno = failure->kind == Failure::kShort ? ENOSPC : failure->number;
     return EOF;
   }

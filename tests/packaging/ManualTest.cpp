@@ -181,7 +181,7 @@ TEST(Completion, OffersTheOptionsOfSsdlifeAndOfTheCommand) {
 
 TEST(Completion, OffersFormatsAndLeavesFilesToBash) {
   EXPECT_EQ(offered("ssdlife --format \"\""),
-            (std::set<std::string>{"table", "json", "prometheus"}));
+            (std::set<std::string>{"table", "json", "csv", "prometheus"}));
   EXPECT_THAT(offered("ssdlife list -o drive,MO"), IsSupersetOf({"drive,MODEL"}));
   EXPECT_THAT(offered("ssdlife --machine \"\""), IsEmpty());
   EXPECT_THAT(offered("ssdlife list \"\""), IsEmpty());

@@ -43,6 +43,8 @@ const std::vector<MachineCase>& cases() {
       {"till", {{"sda", "E214870391", 18422, 33, 2}, {"nvme0", "50026B7686C1F0A2", 7310, 12, 2}}},
       {"till-wearing-out",
        {{"sda", "E214870391", 39811, 93, 2}, {"nvme0", "50026B7686C1F0A0", 7310, 12, 2}}},
+      {"till-over-years",
+       {{"sda", "E214870391", 18422, 3, 2}, {"nvme0", "50026B7686C1F0A2", 7310, 1, 2}}},
       {"ten-nvme", nvmes(10)},
       {"eleven-nvme", nvmes(10)},
       {"no-drives", {}},
@@ -119,7 +121,8 @@ TEST_P(Machines, ShowTheirDrivesWithHoursPercentageAndItsSource) {
   }
 }
 
-std::string nameOf(const ::testing::TestParamInfo<MachineCase>& info) {
+template <typename Case>
+std::string nameOf(const ::testing::TestParamInfo<Case>& info) {
   std::string name = info.param.machine;
   for (char& character : name) {
     if (std::isalnum(static_cast<unsigned char>(character)) == 0) {
@@ -129,7 +132,7 @@ std::string nameOf(const ::testing::TestParamInfo<MachineCase>& info) {
   return name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Kept, Machines, ::testing::ValuesIn(cases()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Kept, Machines, ::testing::ValuesIn(cases()), nameOf<MachineCase>);
 
 TEST(MachinesFolder, HoldsNoMachineThatIsNotShownHere) {
   std::set<std::string> kept;
@@ -173,7 +176,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Row{"sandisk-sd6sa1m064g1011", "SanDisk SD6SA1M064G1011"},
                       Row{"sandisk-sd6sa1m128g1011", "SanDisk SD6SA1M128G1011"},
                       Row{"ts64ghsd630", "TS64GHSD630"}, Row{"def-ssdlog-algo", "DEF_SSDLOG_ALGO"},
-                      Row{"def-nvme-algo", "DEF_NVME_ALGO"}));
+                      Row{"def-nvme-algo", "DEF_NVME_ALGO"}),
+    nameOf<Row>);
 
 /// The other road finds what a bridge doesn't pass on by the first one.
 TEST(Machines, BehindABridgeShowTheirWearByTheDriveCommandRoad) {
