@@ -1,6 +1,8 @@
 // SmartIo: page 7 of the ATA Device Statistics, on either road.
 
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <memory>
 #include <new>
 
@@ -23,6 +25,14 @@ Buffer zeroedBuffer(std::size_t length) {
 unsigned lastError() { return static_cast<unsigned>(errno); }
 
 // What the two roads share. `operation` begins every line.
+
+void logText(LOG_LEVEL level, const char* operation, const char* text) {
+  if (isLogged(level)) {
+    std::array<char, 192> line;
+    std::snprintf(line.data(), line.size(), "%s - %s", operation, text);
+    LogQuick(level, line.data());
+  }
+}
 
 bool noDirectory(const char* operation) {
   Log(LOG_LEVEL_ERROR, "%s - failed to get log directory, err=0x%08x", operation, lastError());
@@ -59,8 +69,8 @@ bool listsSolidStatePage(const char* operation, const std::uint8_t* directory) {
   const unsigned count = directory[ata::kLogDeviceStatistics * ata::kDirectoryEntrySize];
   Log(LOG_LEVEL_DEBUG, "%s - Log pages for device statistics = %u", operation, count);
   if (count < kStatisticsPages) {
-    Log(LOG_LEVEL_ERROR, "%s - Log pages for device statistics is less than 8, aborting read",
-        operation);
+    logText(LOG_LEVEL_ERROR, operation,
+            "Log pages for device statistics is less than 8, aborting read");
     return false;
   }
   return true;
@@ -73,9 +83,8 @@ bool takePercentage(const char* operation, const std::uint8_t* page, SsdValues& 
     Log(LOG_LEVEL_ERROR, "%s - SSD Device Statistics log page not 07, aborting read", operation);
     return false;
   }
-  Log(LOG_LEVEL_TRACE,
-      "%s - SSD Device Statistics log page is 07 - confidence good that it is populated correctly",
-      operation);
+  logText(LOG_LEVEL_TRACE, operation,
+          "SSD Device Statistics log page is 07 - confidence good that it is populated correctly");
   const std::uint8_t flags = page[kPercentageUsedFlagsOffset];
   Log(LOG_LEVEL_TRACE, "%s - SSD Device Statistics Flags: %s %s %s", operation,
       (flags & kFlagSupported) != 0 ? "supported" : "", (flags & kFlagValid) != 0 ? "valid" : "",
