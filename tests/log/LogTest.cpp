@@ -19,8 +19,6 @@ using namespace testkit;
 
 namespace {
 
-bool refusesForkHandlers = false;
-
 class Logging : public testing::Test {
  protected:
   static FakeRoot& root() { return FakeRoot::instance(); }
@@ -41,15 +39,6 @@ class Logging : public testing::Test {
 };
 
 }  // namespace
-
-extern "C" {
-
-int __real_pthread_atfork(void (*prepare)(), void (*parent)(), void (*child)());
-
-int __wrap_pthread_atfork(void (*prepare)(), void (*parent)(), void (*child)()) {
-  return refusesForkHandlers ? ENOMEM : __real_pthread_atfork(prepare, parent, child);
-}
-}
 
 TEST_F(Logging, BeginsWithANoteOnStandardOutputWithoutALineEnd) {
   configure("Level=0\n");
@@ -251,17 +240,6 @@ TEST_F(Logging, ShowsTheProcessOfAForkedChild) {
   const std::size_t second = log.find("P[", log.find('\n'));
   ASSERT_NE(second, std::string::npos) << log;
   EXPECT_NE(log.substr(second, 11), log.substr(log.find("P["), 11)) << log;
-}
-
-TEST_F(Logging, AsksForTheProcessEachTimeWhereItIsNotToldOfForks) {
-  refusesForkHandlers = true;
-  for (const pid_t process : {1, 2}) {
-    fakeStamp().process = process;
-    LogQuick(LOG_LEVEL_INFO, "m");
-  }
-  const std::string log = root().read(kLogFile);
-  EXPECT_NE(log.find("P[       1]"), std::string::npos) << log;
-  EXPECT_NE(log.find("P[       2]"), std::string::npos) << log;
 }
 
 TEST_F(Logging, CostsOnlyTheRecordWhenMemoryRunsOut) {

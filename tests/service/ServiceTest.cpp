@@ -181,10 +181,12 @@ TEST_F(ServiceTest, DaysAndDaysCostNoDescriptorAndNoMemory) {
     return std::distance(begin(open), end(open));
   };
   usleep(800000);
-  const long memory = measured("VmRSS:");
+  [[maybe_unused]] const long memory = measured("VmRSS:");
   const auto open = descriptors();
   sleep(3);
+#ifndef VEKSSD_SANITIZED  // which keeps memory of its own
   EXPECT_LE(measured("VmRSS:"), memory + 1024) << "kB";
+#endif
   EXPECT_LE(descriptors(), open);
 }
 
@@ -198,7 +200,8 @@ TEST_F(ServiceTest, TheServiceManagerIsToldWhenItIsReadyAliveAndEnding) {
   run.with("NOTIFY_SOCKET", path).with("WATCHDOG_USEC", "100000").start();
   const auto message = [receiver] {
     std::array<char, 512> text{};
-    return std::string(text.data(), recv(receiver, text.data(), text.size(), 0));
+    const ssize_t length = recv(receiver, text.data(), text.size(), 0);
+    return std::string(text.data(), length < 0 ? 0 : static_cast<std::size_t>(length));
   };
   EXPECT_EQ(message(),
             "READY=1\nSTATUS=watching 1 SSD, threshold 95 %, history in " + till_.state());

@@ -154,6 +154,8 @@ struct Row {
   const char* model;
 };
 
+void PrintTo(const Row& row, std::ostream* out) { *out << row.model; }
+
 class ModelMachines : public ::testing::TestWithParam<Row> {};
 
 TEST_P(ModelMachines, AreOfTheModelThatTheirRowIsFor) {
