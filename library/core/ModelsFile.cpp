@@ -11,7 +11,7 @@
 namespace {
 
 /// Ten thousand rows and more. What is bigger is no models file.
-constexpr off_t kGreatestSize = 1024 * 1024;
+constexpr off_t kGreatestSize = off_t{1024} * 1024;
 
 /// The file, open for reading, or null.
 UniqueFile openFile(const std::string& path) {
